@@ -1,0 +1,259 @@
+"""Result objects: the named words of each method's result record.
+
+Every result carries `raw_words`, the 54 words exactly as returned (a word
+the method does not fill reads -1; the doubles occupy words 36-37 and 38-39),
+the event locations and the heart-rate baseline curve of the run.
+"""
+
+import dataclasses
+import struct
+from typing import Any, Tuple
+
+try:
+    import numpy
+except ImportError:
+    numpy = None
+
+Pairs = Tuple[Tuple[int, int], ...]
+SecondPairs = Tuple[Tuple[float, float], ...]
+
+
+def word_double(words, index):
+    """The double stored in words index and index + 1."""
+    return struct.unpack("=d", struct.pack("=2i", words[index], words[index + 1]))[0]
+
+
+@dataclasses.dataclass(frozen=True)
+class Run:
+    """What every method returns.
+
+    method, rate: the method run and the sampling rate given.
+    raw_words: the 54 result words exactly as returned.
+    accelerations, decelerations: (start, end) sample indices of each event.
+    accelerations_seconds, decelerations_seconds: the same in seconds
+        (sample index / rate).
+    baseline: the heart-rate baseline curve, one value per sample (a numpy
+        array when numpy is installed, else a list of floats); left out of
+        comparisons between results.
+    """
+
+    method: str
+    rate: int
+    raw_words: Tuple[int, ...]
+    accelerations: Pairs
+    decelerations: Pairs
+    accelerations_seconds: SecondPairs
+    decelerations_seconds: SecondPairs
+    baseline: Any = dataclasses.field(repr=False, compare=False)
+
+
+@dataclasses.dataclass(frozen=True)
+class HeartRateFindings:
+    """Heart-rate stage results of the Krebs, Fischer and ACOG runs.
+
+    baseline_fhr: baseline heart rate, bpm (word 35).
+    variability_amplitude: bpm (words 36-37).
+    oscillation_frequency: swing count of the variability (words 38-39).
+    acceleration_count, deceleration_count: words 40 and 41.
+    movement_count: fetal movements counted from `fm` (word 51).
+    """
+
+    baseline_fhr: int
+    variability_amplitude: float
+    oscillation_frequency: float
+    acceleration_count: int
+    deceleration_count: int
+    movement_count: int
+
+    @staticmethod
+    def _fields(words):
+        return dict(baseline_fhr=words[35], variability_amplitude=word_double(words, 36),
+                    oscillation_frequency=word_double(words, 38),
+                    acceleration_count=words[40], deceleration_count=words[41],
+                    movement_count=words[51])
+
+
+@dataclasses.dataclass(frozen=True)
+class DecelerationTypes:
+    """Decelerations typed against the contractions (Fischer and ACOG; all 0
+    when the run found no deceleration).
+
+    deceleration_extra: the deceleration detector's second count (word 46).
+    deceleration_pattern: the largest deceleration type found (word 42).
+    early_count, late_or_low_count, delayed_count, other_count: decelerations
+        of each type (words 44, 45, 47, 48).
+    """
+
+    deceleration_extra: int
+    deceleration_pattern: int
+    early_count: int
+    late_or_low_count: int
+    delayed_count: int
+    other_count: int
+
+    @staticmethod
+    def _fields(words):
+        return dict(deceleration_extra=words[46], deceleration_pattern=words[42],
+                    early_count=words[44], late_or_low_count=words[45],
+                    delayed_count=words[47], other_count=words[48])
+
+
+_SCORE_ITEMS = ("total_score", "baseline_score", "amplitude_score", "frequency_score",
+                "acceleration_score", "deceleration_score", "movement_score")
+
+
+@dataclasses.dataclass(frozen=True)
+class KrebsResult(HeartRateFindings, Run):
+    """Krebs score: six items of 0-2 points (words 1-6), total 0-12 (word 0)."""
+
+    total_score: int
+    baseline_score: int
+    amplitude_score: int
+    frequency_score: int
+    acceleration_score: int
+    deceleration_score: int
+    movement_score: int
+
+    @staticmethod
+    def _fields(words):
+        return {**HeartRateFindings._fields(words), **dict(zip(_SCORE_ITEMS, words[0:7]))}
+
+
+@dataclasses.dataclass(frozen=True)
+class FischerResult(DecelerationTypes, HeartRateFindings, Run):
+    """Modified Fischer score: five items of 0-2 points (words 1-5), total 0-10
+    (word 0).
+
+    strong_contraction_flag: 1 when at least two strong contractions were
+    found, else 0 (word 23).
+    """
+
+    total_score: int
+    baseline_score: int
+    amplitude_score: int
+    frequency_score: int
+    acceleration_score: int
+    deceleration_score: int
+    strong_contraction_flag: int
+
+    @staticmethod
+    def _fields(words):
+        return {**HeartRateFindings._fields(words), **DecelerationTypes._fields(words),
+                **dict(zip(_SCORE_ITEMS[:6], words[0:6])),
+                "strong_contraction_flag": words[23]}
+
+
+@dataclasses.dataclass(frozen=True)
+class AcogResult(DecelerationTypes, HeartRateFindings, Run):
+    """ACOG classification: seven groups of 0/1 flags, from which the caller
+    draws the category.  Words 0-6 are not written by this method.
+
+    baseline_flags (words 7-10), variability_flags (11-15),
+    acceleration_flags (16-19), deceleration_flags_a (20-22),
+    deceleration_flags_b (24-28), deceleration_flags_c (29-31),
+    pattern_flags (32-34).
+    """
+
+    baseline_flags: Tuple[int, ...]
+    variability_flags: Tuple[int, ...]
+    acceleration_flags: Tuple[int, ...]
+    deceleration_flags_a: Tuple[int, ...]
+    deceleration_flags_b: Tuple[int, ...]
+    deceleration_flags_c: Tuple[int, ...]
+    pattern_flags: Tuple[int, ...]
+
+    @staticmethod
+    def _fields(words):
+        return {**HeartRateFindings._fields(words), **DecelerationTypes._fields(words),
+                "baseline_flags": tuple(words[7:11]),
+                "variability_flags": tuple(words[11:16]),
+                "acceleration_flags": tuple(words[16:20]),
+                "deceleration_flags_a": tuple(words[20:23]),
+                "deceleration_flags_b": tuple(words[24:29]),
+                "deceleration_flags_c": tuple(words[29:32]),
+                "pattern_flags": tuple(words[32:35])}
+
+
+@dataclasses.dataclass(frozen=True)
+class UcResult(Run):
+    """Contraction method.  Positions are sample indices of the contraction
+    trace; "peak" and "end" refer to the detected contractions.
+
+    rating: 0, 1 or 2 from peak_value: above 90 gives 2, above 30 gives 1 (word 0).
+    last_peak_to_end: last contraction end minus last contraction peak (word 1).
+    previous_end_to_last_peak: last peak minus the previous contraction's end (word 2).
+    baseline_fhr: baseline heart rate, bpm (word 35, copied to word 3).
+    last_end, last_peak, previous_end: words 4, 5 and 6.
+    peak_value: highest contraction sample of the first five minutes (word 7).
+    movement_count: fetal movements counted from `fm` (word 51).
+    With fewer than two contractions, words 0, 2 and 4-7 are 0 and
+    last_peak_to_end is -1.  The event lists are always empty for this method.
+    """
+
+    rating: int
+    last_peak_to_end: int
+    previous_end_to_last_peak: int
+    baseline_fhr: int
+    last_end: int
+    last_peak: int
+    previous_end: int
+    peak_value: int
+    movement_count: int
+
+    @staticmethod
+    def _fields(words):
+        return dict(rating=words[0], last_peak_to_end=words[1],
+                    previous_end_to_last_peak=words[2], baseline_fhr=words[35],
+                    last_end=words[4], last_peak=words[5], previous_end=words[6],
+                    peak_value=words[7], movement_count=words[51])
+
+
+RESULT_CLASSES = {
+    "krebs": KrebsResult,
+    "fischer": FischerResult,
+    "acog": AcogResult,
+    "uc": UcResult,
+}
+
+
+def run_failed(method, words):
+    """Whether the run stopped at an input check.
+
+    The ACOG run never writes word 0, so its success shows in the baseline
+    heart rate (word 35); the other methods always write word 0.
+    """
+    return words[35 if method == "acog" else 0] == -1
+
+
+def _pairs(starts, ends):
+    if len(starts) != len(ends):
+        raise ValueError(f"event lists of different lengths: {len(starts)} starts, "
+                         f"{len(ends)} ends")
+    return tuple(zip(starts, ends))
+
+
+def _in_seconds(pairs, rate):
+    return tuple((start / rate, end / rate) for start, end in pairs)
+
+
+def _curve(record):
+    if record.count == 0:
+        return numpy.zeros(0) if numpy is not None else []
+    if numpy is not None:
+        return numpy.ctypeslib.as_array(record.data, shape=(record.count,)).copy()
+    return record.data[:record.count]
+
+
+def build(method, rate, words, location, baseline):
+    """The result object of `method` from the library's records (all copied)."""
+    accelerations = _pairs(location.accelerationStarts.to_list(),
+                           location.accelerationEnds.to_list())
+    decelerations = _pairs(location.decelerationStarts.to_list(),
+                           location.decelerationEnds.to_list())
+    result_class = RESULT_CLASSES[method]
+    return result_class(method=method, rate=rate, raw_words=tuple(words),
+                        accelerations=accelerations, decelerations=decelerations,
+                        accelerations_seconds=_in_seconds(accelerations, rate),
+                        decelerations_seconds=_in_seconds(decelerations, rate),
+                        baseline=_curve(baseline),
+                        **result_class._fields(words))

@@ -1,0 +1,77 @@
+#include "test_support.h"
+
+#include <algorithm>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace testing_support {
+
+namespace fs = std::filesystem;
+
+std::string dataDir() {
+    const fs::path dir(CTGSCORE_DATA_DIR);
+    return fs::is_directory(dir / "train") ? dir.string() : std::string();
+}
+
+Recording readCsv(const std::string& path) {
+    std::ifstream in(path);
+    if (!in) throw std::runtime_error("cannot open " + path);
+    Recording rec;
+    rec.name = fs::path(path).stem().string();
+    std::string line;
+    std::getline(in, line);  // header
+    while (std::getline(in, line)) {
+        if (line.empty()) continue;
+        int fhr = 0, uc = 0, fm = 0;
+        char c1 = 0, c2 = 0;
+        std::istringstream fields(line);
+        fields >> fhr >> c1 >> uc >> c2 >> fm;
+        rec.fhr.push_back(fhr);
+        rec.uc.push_back(uc);
+        rec.fm.push_back(fm);
+    }
+    return rec;
+}
+
+std::vector<std::string> trainRecordings(const std::string& subdir) {
+    std::vector<std::string> paths;
+    const std::string root = dataDir();
+    if (root.empty()) return paths;
+    for (const auto& entry : fs::directory_iterator(fs::path(root) / subdir)) {
+        if (entry.path().extension() == ".csv") paths.push_back(entry.path().string());
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+static std::string todaysLogName() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    return "FhrScore_" + std::to_string(local.tm_year + 1900) + "_" +
+           std::to_string(local.tm_mon + 1) + "_" + std::to_string(local.tm_mday) + ".log";
+}
+
+std::vector<std::string> logLines() {
+    std::vector<std::string> lines;
+    std::ifstream in(todaysLogName());
+    std::string line;
+    while (std::getline(in, line)) lines.push_back(line);
+    return lines;
+}
+
+std::vector<std::string> logMessages() {
+    std::vector<std::string> messages;
+    for (const auto& line : logLines()) {
+        const auto mark = line.find("]  ");
+        messages.push_back(mark == std::string::npos ? line : line.substr(mark + 3));
+    }
+    return messages;
+}
+
+void clearLog() { fs::remove(todaysLogName()); }
+
+}  // namespace testing_support
