@@ -107,33 +107,216 @@ double bandEstimate(const double* histogram, int bins, int bandWidth) {
     return moment / best;
 }
 
-// The written form: a fresh histogram for every output sample, weights added
-// in ascending sample order.
+namespace {
+
+// One output sample of the written form: a fresh histogram, weights added in
+// ascending sample order, then the band search.
+double singleOutput(const std::vector<int>& trace, const BaselineWindow& window,
+                    const BaselineShape& shape, int i) {
+    const int n = static_cast<int>(trace.size());
+    const WindowSpan span = window.span(i, n);
+    const int bins = span.tail ? shape.tailBins : shape.edgeBins;
+    const int weightCount = static_cast<int>(window.weights.size());
+    std::vector<double> histogram(bins, 0.0);
+    for (int j = span.first; j <= span.last; ++j) {
+        const int w = span.weight0 + (j - span.first);
+        const int value = trace[j];
+        if (w >= 0 && w < weightCount && value >= 1 && value <= bins) {
+            histogram[value - 1] += window.weights[w];
+        }
+    }
+    return bandEstimate(histogram.data(), bins, shape.bandWidth);
+}
+
+}  // namespace
+
 std::vector<double> weightedModeBaselineReference(const std::vector<int>& trace, int seconds,
                                                   int sampleRate, const BaselineShape& shape) {
     const int n = static_cast<int>(trace.size());
     std::vector<double> curve(n, 0.0);
     const BaselineWindow window = baselineWindow(n, seconds, sampleRate);
     if (window.weights.empty()) return curve;
-    const int weightCount = static_cast<int>(window.weights.size());
-    std::vector<double> histogram(std::max(shape.edgeBins, shape.tailBins));
-    for (int i = 0; i < n; ++i) {
-        const WindowSpan span = window.span(i, n);
-        const int bins = span.tail ? shape.tailBins : shape.edgeBins;
-        std::fill(histogram.begin(), histogram.begin() + bins, 0.0);
-        for (int j = span.first; j <= span.last; ++j) {
-            const int w = span.weight0 + (j - span.first);
-            const int value = trace[j];
-            if (w >= 0 && w < weightCount && value >= 1 && value <= bins) {
-                histogram[value - 1] += window.weights[w];
-            }
-        }
-        curve[i] = bandEstimate(histogram.data(), bins, shape.bandWidth);
-    }
+    for (int i = 0; i < n; ++i) curve[i] = singleOutput(trace, window, shape, i);
     return curve;
 }
 
+// The fast form computes kLanes neighbouring output samples at once.  Each lane
+// keeps its own histogram and receives exactly the weights of the written form,
+// in the same ascending sample order; samples outside a lane's window add +0.0,
+// which leaves a non-negative sum unchanged.  Bands without weight cannot win
+// (the best total starts at 0.0 and must be beaten strictly), so the band search
+// only visits bands that touch a filled bin.
+namespace {
+
+constexpr int kLanes = 64;
+// kLanes doubles read and written in place, at any double alignment.
+typedef double Lanes
+    __attribute__((vector_size(kLanes * sizeof(double)), aligned(sizeof(double)), may_alias));
+
+// Sample positions grouped by value: the positions of value v, ascending, are
+// positions[start[v] .. start[v + 1]).
+struct PositionsByValue {
+    std::vector<int> positions;
+    std::vector<int> start;
+
+    PositionsByValue(const std::vector<int>& trace, int maxValue) : start(maxValue + 2, 0) {
+        for (int value : trace) {
+            if (value >= 1 && value <= maxValue) ++start[value + 1];
+        }
+        for (int v = 1; v <= maxValue + 1; ++v) start[v] += start[v - 1];
+        positions.resize(start[maxValue + 1]);
+        std::vector<int> next(start.begin(), start.end() - 1);
+        for (int j = 0; j < static_cast<int>(trace.size()); ++j) {
+            const int value = trace[j];
+            if (value >= 1 && value <= maxValue) positions[next[value]++] = j;
+        }
+    }
+};
+
+// Fills histogram row v - 1 (v = 1 .. bins) with the sum, in ascending sample
+// order, of the kLanes consecutive weights padded[base + j ..] of every sample
+// j in [first, last] holding the value v.  Each row's sum stays in registers.
+// Returns the lowest and highest filled row through lowRow and highRow.
+__attribute__((target_clones("avx512f", "avx2", "default"))) void accumulateLanes(
+    const PositionsByValue& byValue, int first, int last, const double* padded, long base,
+    int bins, double* histogram, int& lowRow, int& highRow) {
+    lowRow = bins;
+    highRow = -1;
+    for (int v = 1; v <= bins; ++v) {
+        const int* begin = byValue.positions.data() + byValue.start[v];
+        const int* end = byValue.positions.data() + byValue.start[v + 1];
+        const int* from = std::lower_bound(begin, end, first);
+        const int* to = std::upper_bound(from, end, last);
+        Lanes& row = *reinterpret_cast<Lanes*>(histogram + static_cast<long>(v - 1) * kLanes);
+        if (from == to) {
+            row = Lanes{};
+            continue;
+        }
+        Lanes sum = *reinterpret_cast<const Lanes*>(padded + base + *from);
+        for (const int* p = from + 1; p < to; ++p) {
+            sum = sum + *reinterpret_cast<const Lanes*>(padded + base + *p);
+        }
+        row = sum;
+        lowRow = std::min(lowRow, v - 1);
+        highRow = v - 1;
+    }
+}
+
+// bandEstimate for every lane of a lane histogram whose filled rows lie in
+// [lowRow, highRow].
+__attribute__((target_clones("avx512f", "avx2", "default"))) void bandEstimateLanes(
+    const double* histogram, int bins, int bandWidth, int lowRow, int highRow,
+    double* estimates) {
+    double best[kLanes] = {};
+    int bestBand[kLanes];
+    std::fill(bestBand, bestBand + kLanes, -1);
+    const int lastBand = std::min(bins - bandWidth - 2, highRow);
+    for (int t = std::max(0, lowRow - bandWidth + 1); t <= lastBand; ++t) {
+        const Lanes* rows = reinterpret_cast<const Lanes*>(histogram + static_cast<long>(t) * kLanes);
+        Lanes total = rows[0];
+        for (int m = 1; m < bandWidth; ++m) total = total + rows[m];
+        for (int s = 0; s < kLanes; ++s) {
+            if (total[s] > best[s]) {
+                best[s] = total[s];
+                bestBand[s] = t;
+            }
+        }
+    }
+    for (int s = 0; s < kLanes; ++s) {
+        if (bestBand[s] < 0) {
+            estimates[s] = 0.0;
+            continue;
+        }
+        double moment = 0.0;
+        for (int m = 0; m < bandWidth; ++m) {
+            const int bin = bestBand[s] + m;
+            moment = moment + static_cast<double>(bin + 1) * histogram[bin * kLanes + s];
+        }
+        estimates[s] = moment / best[s];
+    }
+}
+
+// Weights of one region padded with kLanes zeros on both sides: entry
+// kLanes + k holds weights[k] for k in 0..lastIndex.
+std::vector<double> paddedWeights(const std::vector<double>& weights, int lastIndex) {
+    std::vector<double> padded(lastIndex + 1 + 2 * kLanes, 0.0);
+    std::copy(weights.begin(), weights.begin() + lastIndex + 1, padded.begin() + kLanes);
+    return padded;
+}
+
+class LaneBaseline {
+public:
+    LaneBaseline(const std::vector<int>& trace, const BaselineWindow& window,
+                 const BaselineShape& shape)
+        : window_(window),
+          shape_(shape),
+          n_(static_cast<int>(trace.size())),
+          // The start region never uses the last weight; the others use the
+          // first behind + ahead weights.
+          startWeights_(paddedWeights(window.weights, static_cast<int>(window.weights.size()) - 2)),
+          middleWeights_(paddedWeights(window.weights, window.behind + window.ahead - 1)),
+          byValue_(trace, std::max(shape.edgeBins, shape.tailBins)),
+          histogram_(static_cast<size_t>(std::max(shape.edgeBins, shape.tailBins)) * kLanes) {}
+
+    // Outputs i .. i + kLanes - 1, all in the region of output i.
+    void group(int i, double* curve) {
+        const WindowSpan firstSpan = window_.span(i, n_);
+        const WindowSpan lastSpan = window_.span(i + kLanes - 1, n_);
+        const bool start = i < window_.behind - 1;
+        const std::vector<double>& padded = start ? startWeights_ : middleWeights_;
+        // Weight index of output o at sample j: j - o + offset.
+        const long offset = start ? static_cast<long>(window_.weights.size()) - window_.ahead - 2
+                                  : window_.behind - 1;
+        // Row slot s holds output i + kLanes - 1 - s, so the lanes read ascending weights.
+        const long base = kLanes + offset - i - (kLanes - 1);
+        const int bins = firstSpan.tail ? shape_.tailBins : shape_.edgeBins;
+        int lowRow = 0, highRow = 0;
+        accumulateLanes(byValue_, firstSpan.first, lastSpan.last, padded.data(), base, bins,
+                        histogram_.data(), lowRow, highRow);
+        double estimates[kLanes];
+        bandEstimateLanes(histogram_.data(), bins, shape_.bandWidth, lowRow, highRow, estimates);
+        for (int s = 0; s < kLanes; ++s) curve[i + kLanes - 1 - s] = estimates[s];
+    }
+
+private:
+    const BaselineWindow& window_;
+    const BaselineShape& shape_;
+    int n_;
+    std::vector<double> startWeights_;
+    std::vector<double> middleWeights_;
+    PositionsByValue byValue_;
+    std::vector<double> histogram_;
+};
+
+// Region of output i: 0 start, 1 middle, 2 end.
+int regionOf(const BaselineWindow& window, int i) {
+    if (i < window.behind - 1) return 0;
+    return i < window.middleEnd ? 1 : 2;
+}
+
+}  // namespace
+
 std::vector<double> weightedModeBaseline(const std::vector<int>& trace, int seconds,
                                          int sampleRate, const BaselineShape& shape) {
-    return weightedModeBaselineReference(trace, seconds, sampleRate, shape);
+    const int n = static_cast<int>(trace.size());
+    const BaselineWindow window = baselineWindow(n, seconds, sampleRate);
+    // Every weight index of the written form lies inside the profile when it is
+    // at least behind + ahead long; otherwise keep to the written form.
+    if (window.weights.empty() ||
+        static_cast<long>(window.weights.size()) < static_cast<long>(window.behind) + window.ahead) {
+        return weightedModeBaselineReference(trace, seconds, sampleRate, shape);
+    }
+    std::vector<double> curve(n, 0.0);
+    LaneBaseline lanes(trace, window, shape);
+    int i = 0;
+    while (i < n) {
+        if (i + kLanes <= n && regionOf(window, i) == regionOf(window, i + kLanes - 1)) {
+            lanes.group(i, curve.data());
+            i += kLanes;
+        } else {
+            curve[i] = singleOutput(trace, window, shape, i);
+            ++i;
+        }
+    }
+    return curve;
 }
