@@ -148,10 +148,12 @@ std::vector<double> weightedModeBaselineReference(const std::vector<int>& trace,
 // only visits bands that touch a filled bin.
 namespace {
 
-constexpr int kLanes = 64;
-// kLanes doubles read and written in place, at any double alignment.
-typedef double Lanes
-    __attribute__((vector_size(kLanes * sizeof(double)), aligned(sizeof(double)), may_alias));
+constexpr int kLanes = 32;
+// Lanes are handled in chunks of four doubles, each chunk sum kept in a register.
+constexpr int kChunk = 4;
+constexpr int kChunks = kLanes / kChunk;
+typedef double Chunk
+    __attribute__((vector_size(kChunk * sizeof(double)), aligned(sizeof(double)), may_alias));
 
 // Sample positions grouped by value: the positions of value v, ascending, are
 // positions[start[v] .. start[v + 1]).
@@ -187,16 +189,14 @@ __attribute__((target_clones("avx512f", "avx2", "default"))) void accumulateLane
         const int* end = byValue.positions.data() + byValue.start[v + 1];
         const int* from = std::lower_bound(begin, end, first);
         const int* to = std::upper_bound(from, end, last);
-        Lanes& row = *reinterpret_cast<Lanes*>(histogram + static_cast<long>(v - 1) * kLanes);
-        if (from == to) {
-            row = Lanes{};
-            continue;
+        Chunk* row = reinterpret_cast<Chunk*>(histogram + static_cast<long>(v - 1) * kLanes);
+        Chunk sum[kChunks] = {};
+        for (const int* p = from; p < to; ++p) {
+            const Chunk* weights = reinterpret_cast<const Chunk*>(padded + base + *p);
+            for (int c = 0; c < kChunks; ++c) sum[c] = sum[c] + weights[c];
         }
-        Lanes sum = *reinterpret_cast<const Lanes*>(padded + base + *from);
-        for (const int* p = from + 1; p < to; ++p) {
-            sum = sum + *reinterpret_cast<const Lanes*>(padded + base + *p);
-        }
-        row = sum;
+        for (int c = 0; c < kChunks; ++c) row[c] = sum[c];
+        if (from == to) continue;
         lowRow = std::min(lowRow, v - 1);
         highRow = v - 1;
     }
@@ -212,13 +212,16 @@ __attribute__((target_clones("avx512f", "avx2", "default"))) void bandEstimateLa
     std::fill(bestBand, bestBand + kLanes, -1);
     const int lastBand = std::min(bins - bandWidth - 2, highRow);
     for (int t = std::max(0, lowRow - bandWidth + 1); t <= lastBand; ++t) {
-        const Lanes* rows = reinterpret_cast<const Lanes*>(histogram + static_cast<long>(t) * kLanes);
-        Lanes total = rows[0];
-        for (int m = 1; m < bandWidth; ++m) total = total + rows[m];
-        for (int s = 0; s < kLanes; ++s) {
-            if (total[s] > best[s]) {
-                best[s] = total[s];
-                bestBand[s] = t;
+        const Chunk* rows = reinterpret_cast<const Chunk*>(histogram + static_cast<long>(t) * kLanes);
+        for (int c = 0; c < kChunks; ++c) {
+            Chunk total = rows[c];
+            for (int m = 1; m < bandWidth; ++m) total = total + rows[m * kChunks + c];
+            for (int k = 0; k < kChunk; ++k) {
+                const int s = c * kChunk + k;
+                if (total[k] > best[s]) {
+                    best[s] = total[k];
+                    bestBand[s] = t;
+                }
             }
         }
     }
