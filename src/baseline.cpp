@@ -261,10 +261,12 @@ public:
           byValue_(trace, std::max(shape.edgeBins, shape.tailBins)),
           histogram_(static_cast<size_t>(std::max(shape.edgeBins, shape.tailBins)) * kLanes) {}
 
-    // Outputs i .. i + kLanes - 1, all in the region of output i.
-    void group(int i, double* curve) {
+    // Outputs i .. i + count - 1 (count <= kLanes), all in the region of output
+    // i.  Lanes beyond count follow the same region's formula on the same
+    // samples and are discarded.
+    void group(int i, int count, double* curve) {
         const WindowSpan firstSpan = window_.span(i, n_);
-        const WindowSpan lastSpan = window_.span(i + kLanes - 1, n_);
+        const WindowSpan lastSpan = window_.span(i + count - 1, n_);
         const bool start = i < window_.behind - 1;
         const std::vector<double>& padded = start ? startWeights_ : middleWeights_;
         // Weight index of output o at sample j: j - o + offset.
@@ -278,7 +280,7 @@ public:
                         histogram_.data(), lowRow, highRow);
         double estimates[kLanes];
         bandEstimateLanes(histogram_.data(), bins, shape_.bandWidth, lowRow, highRow, estimates);
-        for (int s = 0; s < kLanes; ++s) curve[i + kLanes - 1 - s] = estimates[s];
+        for (int s = kLanes - count; s < kLanes; ++s) curve[i + kLanes - 1 - s] = estimates[s];
     }
 
 private:
@@ -291,10 +293,10 @@ private:
     std::vector<double> histogram_;
 };
 
-// Region of output i: 0 start, 1 middle, 2 end.
-int regionOf(const BaselineWindow& window, int i) {
-    if (i < window.behind - 1) return 0;
-    return i < window.middleEnd ? 1 : 2;
+// First output after the region (start, middle or end) of output i.
+int regionEnd(const BaselineWindow& window, int i, int length) {
+    if (i < window.behind - 1) return window.behind - 1;
+    return i < window.middleEnd ? window.middleEnd : length;
 }
 
 }  // namespace
@@ -311,15 +313,10 @@ std::vector<double> weightedModeBaseline(const std::vector<int>& trace, int seco
     }
     std::vector<double> curve(n, 0.0);
     LaneBaseline lanes(trace, window, shape);
-    int i = 0;
-    while (i < n) {
-        if (i + kLanes <= n && regionOf(window, i) == regionOf(window, i + kLanes - 1)) {
-            lanes.group(i, curve.data());
-            i += kLanes;
-        } else {
-            curve[i] = singleOutput(trace, window, shape, i);
-            ++i;
-        }
+    for (int i = 0; i < n;) {
+        const int count = std::min(kLanes, regionEnd(window, i, n) - i);
+        lanes.group(i, count, curve.data());
+        i += count;
     }
     return curve;
 }
