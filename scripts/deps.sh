@@ -2,7 +2,8 @@
 # Installs the Debian packages the build and the tests need, when missing.
 set -euo pipefail
 packages=(cmake g++ make pkg-config googletest libgtest-dev libbenchmark-dev
-          nlohmann-json3-dev libcli11-dev python3 python3-pytest)
+          nlohmann-json3-dev libcli11-dev python3 python3-pytest python3-numpy
+          python3-setuptools python3-wheel)
 missing=()
 for package in "${packages[@]}"; do
   dpkg -s "$package" >/dev/null 2>&1 || missing+=("$package")

@@ -144,8 +144,10 @@ def analyze(fhr, uc=None, fm=None, rate=4, method="krebs", params=None):
     fhr: heart rate in bpm, one integer per sample.
     uc: contraction trace, one integer per sample, same length as fhr; needed
         by every method but "krebs".
-    fm: fetal movement marks, ONE INTEGER PER SECOND: exactly len(fhr) // rate
-        values.  None means no marks (all 0).
+    fm: fetal movement mark words, ONE WORD PER SECOND: exactly
+        len(fhr) // rate values (for per-sample marks pass fm[::rate]).  Bit
+        value 4 and/or 8 marks a movement, as chosen by Parameters.fm_mode.
+        None means no marks (all 0).
     rate: samples per second (the research recordings use 4).
     method: "krebs", "fischer", "acog", "uc", or "all", which runs the four in
         that order and returns {method: result}.
@@ -162,9 +164,9 @@ def analyze(fhr, uc=None, fm=None, rate=4, method="krebs", params=None):
     methods = _methods(method)
     rate = _traces.check_rate(rate)
     fhr_trace, uc_trace, fm_trace = _prepare(fhr, uc, fm, rate, methods)
-    if params is not None and not isinstance(params, Parameters):
-        raise TypeError(f"params must be a Parameters or None, got {type(params).__name__}")
     if params is not None:
+        if not isinstance(params, Parameters):
+            raise TypeError(f"params must be a Parameters or None, got {type(params).__name__}")
         params.validate()
     with _lock:
         api = _api()

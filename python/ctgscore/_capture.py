@@ -51,7 +51,8 @@ def _write_all(descriptor, data):
 def captured_stdout():
     """Collects what is written to descriptor 1 during the block, then passes it on."""
     capture = Capture()
-    sys.stdout.flush()
+    if sys.stdout is not None:
+        sys.stdout.flush()
     try:
         saved = os.dup(_STDOUT)
     except OSError:  # no standard output at all: nothing to read the log from

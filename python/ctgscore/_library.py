@@ -41,7 +41,7 @@ class IntList(ctypes.Structure):
     _fields_ = [("data", ctypes.POINTER(ctypes.c_int)), ("count", ctypes.c_int)]
 
     def to_list(self):
-        return [self.data[i] for i in range(self.count)]
+        return self.data[:self.count]
 
 
 class LocationRecord(ctypes.Structure):
@@ -113,6 +113,7 @@ def _files_in(folder):
 
 
 def _env_candidates(value):
+    value = os.path.abspath(value)
     return _files_in(value) if os.path.isdir(value) else [value]
 
 
@@ -173,6 +174,8 @@ def load():
                 "and the system search path are searched).")
         return Library(cdll, path)
     tried.append(f"{LIBRARY_ENV}: not set")
+    if not _install_paths.LIBRARY_DIRS:
+        tried.append("folders recorded at install (CTGSCORE_LIBRARY_DIR): none")
     cdll, path = _try_files(_folder_candidates(), tried)
     if cdll is None:
         cdll, path = _try_system(tried)

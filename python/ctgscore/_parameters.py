@@ -36,7 +36,7 @@ class Parameters:
     uc_peak_a: int = _field(10, 5, 15, "smallest contraction height above its baseline")
     uc_peak_b: int = _field(10, 5, 15, "smallest contraction prominence")
     uc_peak_span: int = _field(60, 20, 600, "smallest spacing between contraction peaks, s")
-    fm_mode: int = _field(1, 0, 2, "fetal movement mode")
+    fm_mode: int = _field(1, 0, 2, "movement mark bits counted: 0 bit 8, 1 bit 4, 2 both")
     reserved16: int = _field(300, 300, 1800, "reserved; validated but not used")
 
     def __post_init__(self):

@@ -9,6 +9,8 @@ import dataclasses
 import struct
 from typing import Any, Tuple
 
+from ._errors import CtgScoreError
+
 try:
     import numpy
 except ImportError:
@@ -24,7 +26,7 @@ def word_double(words, index):
 
 
 @dataclasses.dataclass(frozen=True)
-class Run:
+class Result:
     """What every method returns.
 
     method, rate: the method run and the sampling rate given.
@@ -54,7 +56,10 @@ class HeartRateFindings:
     baseline_fhr: baseline heart rate, bpm (word 35).
     variability_amplitude: bpm (words 36-37).
     oscillation_frequency: swing count of the variability (words 38-39).
-    acceleration_count, deceleration_count: words 40 and 41.
+    acceleration_count: word 40.
+    deceleration_count: word 41: the decelerations found by the Krebs run;
+        the Fischer and ACOG runs store the count of deep decelerations here
+        (and the decelerations found in deceleration_extra).
     movement_count: fetal movements counted from `fm` (word 51).
     """
 
@@ -78,7 +83,7 @@ class DecelerationTypes:
     """Decelerations typed against the contractions (Fischer and ACOG; all 0
     when the run found no deceleration).
 
-    deceleration_extra: the deceleration detector's second count (word 46).
+    deceleration_extra: the number of decelerations found (word 46).
     deceleration_pattern: the largest deceleration type found (word 42).
     early_count, late_or_low_count, delayed_count, other_count: decelerations
         of each type (words 44, 45, 47, 48).
@@ -103,7 +108,7 @@ _SCORE_ITEMS = ("total_score", "baseline_score", "amplitude_score", "frequency_s
 
 
 @dataclasses.dataclass(frozen=True)
-class KrebsResult(HeartRateFindings, Run):
+class KrebsResult(HeartRateFindings, Result):
     """Krebs score: six items of 0-2 points (words 1-6), total 0-12 (word 0)."""
 
     total_score: int
@@ -120,7 +125,7 @@ class KrebsResult(HeartRateFindings, Run):
 
 
 @dataclasses.dataclass(frozen=True)
-class FischerResult(DecelerationTypes, HeartRateFindings, Run):
+class FischerResult(DecelerationTypes, HeartRateFindings, Result):
     """Modified Fischer score: five items of 0-2 points (words 1-5), total 0-10
     (word 0).
 
@@ -144,7 +149,7 @@ class FischerResult(DecelerationTypes, HeartRateFindings, Run):
 
 
 @dataclasses.dataclass(frozen=True)
-class AcogResult(DecelerationTypes, HeartRateFindings, Run):
+class AcogResult(DecelerationTypes, HeartRateFindings, Result):
     """ACOG classification: seven groups of 0/1 flags, from which the caller
     draws the category.  Words 0-6 are not written by this method.
 
@@ -175,7 +180,7 @@ class AcogResult(DecelerationTypes, HeartRateFindings, Run):
 
 
 @dataclasses.dataclass(frozen=True)
-class UcResult(Run):
+class UcResult(Result):
     """Contraction method.  Positions are sample indices of the contraction
     trace; "peak" and "end" refer to the detected contractions.
 
@@ -227,8 +232,8 @@ def run_failed(method, words):
 
 def _pairs(starts, ends):
     if len(starts) != len(ends):
-        raise ValueError(f"event lists of different lengths: {len(starts)} starts, "
-                         f"{len(ends)} ends")
+        raise CtgScoreError(f"the library returned {len(starts)} event starts but "
+                            f"{len(ends)} ends")
     return tuple(zip(starts, ends))
 
 
