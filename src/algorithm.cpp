@@ -1,14 +1,14 @@
+#include "algorithm.h"
+
 #include <array>
 #include <cstring>
-
-#include "algorithm.h"
 
 namespace {
 
 using ParameterFields = std::array<int, 17>;
 
-constexpr QK4_FhrParameter kDefaults = {4, 3, 17, 17, 120, 18, 18, 120, 6,
-                                        6, 24, 15, 10, 10, 60, 1,  300};
+constexpr QK4_FhrParameter kDefaults = {4, 3,  17, 17, 120, 18, 18, 120, 6,
+                                        6, 24, 15, 10, 10,  60, 1,  300};
 
 ParameterFields fieldsOf(const QK4_FhrParameter& record) {
     ParameterFields fields;
@@ -31,10 +31,10 @@ struct FieldCheck {
     int code;
 };
 constexpr FieldCheck kChecks[] = {
-    {0, 2, 10, 1},     {1, 1, 5, 2},      {5, 10, 20, 3},   {6, 10, 20, 4},  {7, 30, 600, 44},
-    {2, 15, 20, 5},    {3, 15, 20, 6},    {4, 30, 600, 66}, {8, 5, 15, 7},   {9, 5, 15, 8},
-    {10, 20, 600, 9},  {11, 10, 35, 10},  {12, 5, 15, 11},  {13, 5, 15, 12}, {14, 20, 600, 13},
-    {15, 0, 2, 7},     {16, 300, 1800, 7}};
+    {0, 2, 10, 1},    {1, 1, 5, 2},      {5, 10, 20, 3},   {6, 10, 20, 4},  {7, 30, 600, 44},
+    {2, 15, 20, 5},   {3, 15, 20, 6},    {4, 30, 600, 66}, {8, 5, 15, 7},   {9, 5, 15, 8},
+    {10, 20, 600, 9}, {11, 10, 35, 10},  {12, 5, 15, 11},  {13, 5, 15, 12}, {14, 20, 600, 13},
+    {15, 0, 2, 7},    {16, 300, 1800, 7}};
 
 bool inRange(int value, int lower, int upper) {
     // One unsigned comparison: values below the lower bound wrap to large numbers.

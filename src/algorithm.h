@@ -215,9 +215,9 @@ struct WindowSpan {
 
 // Half-widths and weight profile of the baseline window for a trace length.
 struct BaselineWindow {
-    int ahead = 0;      // look-ahead samples
-    int behind = 0;     // look-back samples
-    int middleEnd = 0;  // first output sample of the end region
+    int ahead = 0;                // look-ahead samples
+    int behind = 0;               // look-back samples
+    int middleEnd = 0;            // first output sample of the end region
     std::vector<double> weights;  // empty: the curve is all zeros
     WindowSpan span(int i, int length) const;
 };
@@ -229,5 +229,5 @@ double bandEstimate(const double* histogram, int bins, int bandWidth);
 
 std::vector<double> weightedModeBaselineReference(const std::vector<int>& trace, int seconds,
                                                   int sampleRate, const BaselineShape& shape);
-std::vector<double> weightedModeBaseline(const std::vector<int>& trace, int seconds,
-                                         int sampleRate, const BaselineShape& shape);
+std::vector<double> weightedModeBaseline(const std::vector<int>& trace, int seconds, int sampleRate,
+                                         const BaselineShape& shape);

@@ -10,8 +10,8 @@ void log(const std::string& message) { utils::log(true, message); }
 
 }  // namespace
 
-bool QK4_CFhrAlgorithm::beginRun(const RunSetup& setup, int const* fhr, int const* uc,
-                                 int length, int rate) {
+bool QK4_CFhrAlgorithm::beginRun(const RunSetup& setup, int const* fhr, int const* uc, int length,
+                                 int rate) {
     clearMem();
     log(std::string("Type : ") + setup.typeName);
     if (rate < 1) {
@@ -78,8 +78,9 @@ bool QK4_CFhrAlgorithm::prepareHeartRate(std::vector<int> trace, int const* fm,
     return true;
 }
 
-QK4_CFhrAlgorithm::HeartRateEvents QK4_CFhrAlgorithm::analyseEvents(
-    const std::vector<int>& working, const char* variabilityBegin, const char* variabilityEnd) {
+QK4_CFhrAlgorithm::HeartRateEvents QK4_CFhrAlgorithm::analyseEvents(const std::vector<int>& working,
+                                                                    const char* variabilityBegin,
+                                                                    const char* variabilityEnd) {
     HeartRateEvents events;
     log("detect_acc begin");
     detect_acc(working, fhrBaseline, events.acc.triggers, events.acc.values, accLocationA,
@@ -100,8 +101,7 @@ QK4_CFhrAlgorithm::HeartRateEvents QK4_CFhrAlgorithm::analyseEvents(
     std::vector<int> segStarts, segEnds;
     if (events.accCount > 0 && events.decCount > 0) {
         log("Type 1");
-        fhrBas1(accLocationA, accLocationB, decLocationA, decLocationB, length, segStarts,
-                segEnds);
+        fhrBas1(accLocationA, accLocationB, decLocationA, decLocationB, length, segStarts, segEnds);
     } else if (events.accCount > 0) {
         log("Type 2");
         fhrBas2(accLocationA, accLocationB, length, segStarts, segEnds);
@@ -133,8 +133,8 @@ Contractions QK4_CFhrAlgorithm::detectContractions(const std::vector<int>& uc,
                                                    std::vector<double>& ucBase) {
     ucBase = uc_baseline(uc, durationSeconds);
     Contractions contractions;
-    uc_detect(contractions.peaks, contractions.starts, contractions.ends, contractions.filtered,
-              uc, ucBase);
+    uc_detect(contractions.peaks, contractions.starts, contractions.ends, contractions.filtered, uc,
+              ucBase);
     return contractions;
 }
 
@@ -144,8 +144,8 @@ void QK4_CFhrAlgorithm::storeDecelerationTypes(const std::vector<int>& working,
     DecelerationTypes types;
     if (result.decelerationCount > 0) {
         dec_type(types.types, types.maxType, types.typeHistogram, types.earlyCount,
-                 types.lateOrLowCount, types.delayedCount, types.otherCount, working,
-                 dec.triggers, dec.starts, dec.ends, contractionPeaks);
+                 types.lateOrLowCount, types.delayedCount, types.otherCount, working, dec.triggers,
+                 dec.starts, dec.ends, contractionPeaks);
     }
     result.decelerationPattern = types.maxType;
     result.decTypeCount1 = types.earlyCount;

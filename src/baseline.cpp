@@ -180,8 +180,8 @@ struct PositionsByValue {
 // j in [first, last] holding the value v.  Each row's sum stays in registers.
 // Returns the lowest and highest filled row through lowRow and highRow.
 __attribute__((target_clones("avx512f", "avx2", "default"))) void accumulateLanes(
-    const PositionsByValue& byValue, int first, int last, const double* padded, long base,
-    int bins, double* histogram, int& lowRow, int& highRow) {
+    const PositionsByValue& byValue, int first, int last, const double* padded, long base, int bins,
+    double* histogram, int& lowRow, int& highRow) {
     lowRow = bins;
     highRow = -1;
     for (int v = 1; v <= bins; ++v) {
@@ -205,14 +205,14 @@ __attribute__((target_clones("avx512f", "avx2", "default"))) void accumulateLane
 // bandEstimate for every lane of a lane histogram whose filled rows lie in
 // [lowRow, highRow].
 __attribute__((target_clones("avx512f", "avx2", "default"))) void bandEstimateLanes(
-    const double* histogram, int bins, int bandWidth, int lowRow, int highRow,
-    double* estimates) {
+    const double* histogram, int bins, int bandWidth, int lowRow, int highRow, double* estimates) {
     double best[kLanes] = {};
     int bestBand[kLanes];
     std::fill(bestBand, bestBand + kLanes, -1);
     const int lastBand = std::min(bins - bandWidth - 2, highRow);
     for (int t = std::max(0, lowRow - bandWidth + 1); t <= lastBand; ++t) {
-        const Chunk* rows = reinterpret_cast<const Chunk*>(histogram + static_cast<long>(t) * kLanes);
+        const Chunk* rows =
+            reinterpret_cast<const Chunk*>(histogram + static_cast<long>(t) * kLanes);
         for (int c = 0; c < kChunks; ++c) {
             Chunk total = rows[c];
             for (int m = 1; m < bandWidth; ++m) total = total + rows[m * kChunks + c];
@@ -301,14 +301,14 @@ int regionEnd(const BaselineWindow& window, int i, int length) {
 
 }  // namespace
 
-std::vector<double> weightedModeBaseline(const std::vector<int>& trace, int seconds,
-                                         int sampleRate, const BaselineShape& shape) {
+std::vector<double> weightedModeBaseline(const std::vector<int>& trace, int seconds, int sampleRate,
+                                         const BaselineShape& shape) {
     const int n = static_cast<int>(trace.size());
     const BaselineWindow window = baselineWindow(n, seconds, sampleRate);
     // Every weight index of the written form lies inside the profile when it is
     // at least behind + ahead long; otherwise keep to the written form.
-    if (window.weights.empty() ||
-        static_cast<long>(window.weights.size()) < static_cast<long>(window.behind) + window.ahead) {
+    if (window.weights.empty() || static_cast<long>(window.weights.size()) <
+                                      static_cast<long>(window.behind) + window.ahead) {
         return weightedModeBaselineReference(trace, seconds, sampleRate, shape);
     }
     std::vector<double> curve(n, 0.0);

@@ -60,14 +60,24 @@ struct EventScan {
 };
 
 template <class Back, class Better>
-EventScan<Back, Better> makeScan(const std::vector<int>& fhr, int64_t n, Back back,
-                                 Better better) {
+EventScan<Back, Better> makeScan(const std::vector<int>& fhr, int64_t n, Back back, Better better) {
     return {fhr, n, back, better};
 }
 
-// Search span of the detectors: `seconds` of samples, 30 samples below 2 Hz.
-int64_t searchSpan(int rate, int seconds) {
-    return rate < 2 ? 30 : static_cast<int64_t>(seconds) * rate;
+// Sizes of one detector run, in samples.
+struct DetectorLimits {
+    int64_t n;          // samples with both a trace value and a baseline value
+    int64_t w;          // search span: spanSeconds of samples, 30 samples below 2 Hz
+    int64_t spacing;    // minimum distance from the last candidate
+    int64_t duration;   // minimum event length
+    int64_t quietTail;  // the last 15 s hold no trigger
+};
+
+DetectorLimits detectorLimits(const std::vector<int>& fhr, const std::vector<double>& base,
+                              int rate, int spanSeconds, int spacingSeconds, int durationSeconds) {
+    const int64_t r = rate;
+    return {static_cast<int64_t>(std::min(fhr.size(), base.size())),
+            rate < 2 ? 30 : spanSeconds * r, spacingSeconds * r, durationSeconds * r, 15 * r};
 }
 
 // Records one event when it lasts long enough.
@@ -91,11 +101,9 @@ void QK4_CFhrAlgorithm::detect_acc(const std::vector<int>& fhr, const std::vecto
                                    int& count) const {
     starts.clear();
     ends.clear();
-    const int64_t n = static_cast<int64_t>(std::min(fhr.size(), base.size()));
-    const int64_t w = searchSpan(sampleRate, 120);
-    const int64_t spacing = static_cast<int64_t>(params.accMinSpacing) * sampleRate;
-    const int64_t duration = static_cast<int64_t>(params.accMinDuration) * sampleRate;
-    const int64_t quietTail = 15 * static_cast<int64_t>(sampleRate);
+    const DetectorLimits limits =
+        detectorLimits(fhr, base, sampleRate, 120, params.accMinSpacing, params.accMinDuration);
+    const int64_t n = limits.n, w = limits.w;
     auto scan = makeScan(
         fhr, n, [&](int64_t j) { return fhr[j] < base[j] + 3.0; },
         [](int a, int b) { return a < b; });
@@ -103,7 +111,7 @@ void QK4_CFhrAlgorithm::detect_acc(const std::vector<int>& fhr, const std::vecto
     int lastValue = 0;
     auto candidate = [&](int64_t i) {
         return static_cast<double>(fhr[i]) >= params.accMinAmplitude + base[i] &&
-               i - last >= spacing;
+               i - last >= limits.spacing;
     };
 
     for (int64_t i = 0; i < n - w; ++i) {
@@ -119,14 +127,15 @@ void QK4_CFhrAlgorithm::detect_acc(const std::vector<int>& fhr, const std::vecto
         }
         int64_t end = scan.scanForward(i + 1, i + w + 1);
         if (end < 0) end = i + scan.extremePlace(i + 1, w, false) + 1;
-        recordEvent(i, lastValue, start, end, duration, triggers, values, starts, ends, count);
+        recordEvent(i, lastValue, start, end, limits.duration, triggers, values, starts, ends,
+                    count);
     }
     // The last 15 s hold no trigger.
-    for (int64_t i = std::max<int64_t>(n - w, 0); i < n - quietTail; ++i) {
+    for (int64_t i = std::max<int64_t>(n - w, 0); i < n - limits.quietTail; ++i) {
         if (!candidate(i)) continue;
         last = i;
         lastValue = fhr[i];
-        recordEvent(i, lastValue, scan.tailStart(i, w), scan.tailEnd(i), duration, triggers,
+        recordEvent(i, lastValue, scan.tailStart(i, w), scan.tailEnd(i), limits.duration, triggers,
                     values, starts, ends, count);
     }
 }
@@ -137,11 +146,9 @@ void QK4_CFhrAlgorithm::detect_dec(const std::vector<int>& fhr, const std::vecto
                                    int& deepCount) const {
     starts.clear();
     ends.clear();
-    const int64_t n = static_cast<int64_t>(std::min(fhr.size(), base.size()));
-    const int64_t w = searchSpan(sampleRate, 30);
-    const int64_t spacing = static_cast<int64_t>(params.decMinSpacing) * sampleRate;
-    const int64_t duration = static_cast<int64_t>(params.decMinDuration) * sampleRate;
-    const int64_t quietTail = 15 * static_cast<int64_t>(sampleRate);
+    const DetectorLimits limits =
+        detectorLimits(fhr, base, sampleRate, 30, params.decMinSpacing, params.decMinDuration);
+    const int64_t n = limits.n, w = limits.w;
     auto scan = makeScan(
         fhr, n, [&](int64_t j) { return fhr[j] > base[j] - 3.0; },
         [](int a, int b) { return a > b; });
@@ -149,7 +156,7 @@ void QK4_CFhrAlgorithm::detect_dec(const std::vector<int>& fhr, const std::vecto
     int lastValue = 0;
     auto candidate = [&](int64_t i) {
         return base[i] - params.decMinAmplitude >= static_cast<double>(fhr[i]) &&
-               i - last >= spacing;
+               i - last >= limits.spacing;
     };
     // A deep deceleration (30 bpm or more below the baseline) counts when the
     // lowest sample above the baseline in 1..i and the highest one from i on lie
@@ -174,17 +181,17 @@ void QK4_CFhrAlgorithm::detect_dec(const std::vector<int>& fhr, const std::vecto
         if (start < 0) start = i - w + scan.extremePlace(i - w, w, false);
         int64_t end = scan.scanForward(i + 1, i + w);
         if (end < 0) end = i + scan.extremePlace(i + 1, w, true) + 1;
-        if (recordEvent(i, lastValue, start, end, duration, triggers, values, starts, ends,
+        if (recordEvent(i, lastValue, start, end, limits.duration, triggers, values, starts, ends,
                         count)) {
             deepTest(i);
         }
     }
-    for (int64_t i = std::max<int64_t>(n - w, 0); i < n - quietTail; ++i) {
+    for (int64_t i = std::max<int64_t>(n - w, 0); i < n - limits.quietTail; ++i) {
         if (!candidate(i)) continue;
         last = i;
         lastValue = fhr[i];
-        if (recordEvent(i, lastValue, scan.tailStart(i, w), scan.tailEnd(i), duration, triggers,
-                        values, starts, ends, count)) {
+        if (recordEvent(i, lastValue, scan.tailStart(i, w), scan.tailEnd(i), limits.duration,
+                        triggers, values, starts, ends, count)) {
             deepTest(i);
         }
     }

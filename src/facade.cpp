@@ -1,7 +1,7 @@
+#include "facade.h"
+
 #include <algorithm>
 #include <cstring>
-
-#include "facade.h"
 
 QK4_CFhr* QK4_CFhr::mInstance = nullptr;
 
@@ -22,10 +22,9 @@ void QK4_CFhr::setParameter(QK4_FhrParameter* given) {
 // Fields 8 to 14 are deliberately left out of the "not set" test.
 QK4_FhrParameter* QK4_CFhr::getParameter() {
     const QK4_FhrParameter& p = parameters;
-    const int tested[] = {p.varAmplitudeMin, p.varCycleMin,    p.accMinDuration,
-                          p.accMinAmplitude, p.accMinSpacing,  p.decMinDuration,
-                          p.decMinAmplitude, p.decMinSpacing,  p.fmMode,
-                          p.reserved16};
+    const int tested[] = {p.varAmplitudeMin, p.varCycleMin,    p.accMinDuration,  p.accMinAmplitude,
+                          p.accMinSpacing,   p.decMinDuration, p.decMinAmplitude, p.decMinSpacing,
+                          p.fmMode,          p.reserved16};
     if (std::find(std::begin(tested), std::end(tested), -1) != std::end(tested)) {
         parameters = QK4_CFhrAlgorithm().getParameter();
     }
@@ -47,8 +46,7 @@ int* QK4_CFhr::calFhrUC(int const* fhr, int const* uc, int const* fm, int length
     return store(this->uc.calFhrScore(fhr, uc, fm, length, rate));
 }
 
-int* QK4_CFhr::calFhrFischer2(int const* fhr, int const* uc, int const* fm, int length,
-                              int rate) {
+int* QK4_CFhr::calFhrFischer2(int const* fhr, int const* uc, int const* fm, int length, int rate) {
     fischer.setParameter(parameters);
     return store(fischer.calFhrScore(fhr, uc, fm, length, rate));
 }
@@ -60,10 +58,14 @@ int* QK4_CFhr::calFhrAcog(int const* fhr, int const* uc, int const* fm, int leng
 
 const QK4_CFhrAlgorithm& QK4_CFhr::analyser(int method) const {
     switch (method) {
-        case 1: return fischer;
-        case 2: return acog;
-        case 3: return uc;
-        default: return krebs;
+        case 1:
+            return fischer;
+        case 2:
+            return acog;
+        case 3:
+            return uc;
+        default:
+            return krebs;
     }
 }
 

@@ -2,8 +2,7 @@
 #include "run_formats.h"
 
 QK4_FhrResult QK4_CFhrKrebs::calFhrScore(int const* fhr, int const* fm, int length, int rate) {
-    if (!beginRun({"Krebs", 1, kParameterLine2, false}, fhr, nullptr,
-                  length, rate)) {
+    if (!beginRun({"Krebs", 1, kParameterLine2, false}, fhr, nullptr, length, rate)) {
         return result;
     }
     PreparedTrace prepared;
@@ -66,7 +65,6 @@ int QK4_CFhrKrebs::auto_Krebs() {
     result.decelerationScore = decelerationPoints(result.decelerationCount);
     result.movementScore = countPoints(result.movementCount);
     result.totalScore = result.baselineScore + result.amplitudeScore + result.frequencyScore +
-                        result.accelerationScore + result.decelerationScore +
-                        result.movementScore;
+                        result.accelerationScore + result.decelerationScore + result.movementScore;
     return result.totalScore;
 }

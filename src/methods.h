@@ -47,8 +47,7 @@ public:
     QK4_FhrResult calFhrScore(int const* fhr, int const* uc, int const* fm, int length, int rate);
     // The scoring is part of the run (rateContractions); this step does nothing.
     int auto_UC() { return 0; }
-    void rateContractions(const Contractions& found, const std::vector<int>& contraction,
-                          int rate);
+    void rateContractions(const Contractions& found, const std::vector<int>& contraction, int rate);
 
     int methodConstant;
 };

@@ -8,9 +8,12 @@ namespace {
 // Mark bits: 4 counts for modes 1 and 2, 8 for modes 0 and 2.
 int markMask(int fmMode) {
     switch (fmMode) {
-        case 0: return 8;
-        case 2: return 12;
-        default: return 4;
+        case 0:
+            return 8;
+        case 2:
+            return 12;
+        default:
+            return 4;
     }
 }
 

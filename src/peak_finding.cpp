@@ -11,6 +11,18 @@ namespace {
 
 int signOf(double d) { return d > 0.0 ? 1 : (d < 0.0 ? -1 : 0); }
 
+// Keeps entry k of every parallel vector exactly where keep(k) holds, in order.
+template <class Keep, class... Vectors>
+void keepWhere(Keep keep, size_t count, Vectors&... vectors) {
+    size_t out = 0;
+    for (size_t k = 0; k < count; ++k) {
+        if (!keep(k)) continue;
+        ((vectors[out] = vectors[k]), ...);
+        ++out;
+    }
+    (vectors.resize(out), ...);
+}
+
 // Candidate peaks with their bases and widths, before the spacing filter.
 struct PeakSet {
     std::vector<int> locs;
@@ -27,12 +39,10 @@ PeakSet candidatePeaks(const std::vector<double>& signal, int minPeakHeight,
     for (int p : extrema.maxima) {
         if (signal[p] > static_cast<double>(minPeakHeight)) set.locs.push_back(p);
     }
-    getPeakBase(signal, set.locs, extrema.inflections, set.baseHeight, set.leftBase,
-                set.rightBase);
+    getPeakBase(signal, set.locs, extrema.inflections, set.baseHeight, set.leftBase, set.rightBase);
     removeMinPeakProminence(signal, set.locs, set.baseHeight, set.leftBase, set.rightBase,
                             minPeakProminence);
-    set.widths =
-        getHalfMaxBounds(signal, set.locs, set.baseHeight, set.leftBase, set.rightBase);
+    set.widths = getHalfMaxBounds(signal, set.locs, set.baseHeight, set.leftBase, set.rightBase);
     return set;
 }
 
@@ -136,20 +146,10 @@ void getPeakBase(const std::vector<double>& signal, const std::vector<int>& peak
 void removeMinPeakProminence(const std::vector<double>& signal, std::vector<int>& peaks,
                              std::vector<double>& baseHeight, std::vector<int>& leftBase,
                              std::vector<int>& rightBase, int minPeakProminence) {
-    size_t out = 0;
-    for (size_t k = 0; k < peaks.size(); ++k) {
-        if (signal[peaks[k]] - baseHeight[k] >= static_cast<double>(minPeakProminence)) {
-            peaks[out] = peaks[k];
-            baseHeight[out] = baseHeight[k];
-            leftBase[out] = leftBase[k];
-            rightBase[out] = rightBase[k];
-            ++out;
-        }
-    }
-    peaks.resize(out);
-    baseHeight.resize(out);
-    leftBase.resize(out);
-    rightBase.resize(out);
+    auto prominent = [&](size_t k) {
+        return signal[peaks[k]] - baseHeight[k] >= static_cast<double>(minPeakProminence);
+    };
+    keepWhere(prominent, peaks.size(), peaks, baseHeight, leftBase, rightBase);
 }
 
 int findLeftIntercept(const std::vector<double>& signal, int peak, int leftBase, double ref) {
@@ -256,18 +256,8 @@ void findPeaks(const std::vector<double>& signal, int minPeakHeight, int minPeak
 void removePeaksOutsideWidth(std::vector<int>& locs, std::vector<double>& other,
                              std::vector<double>& widths, int minWidth) {
     if (locs.empty() || minWidth == 0) return;
-    size_t out = 0;
-    for (size_t k = 0; k < locs.size(); ++k) {
-        if (widths[k] >= static_cast<double>(minWidth)) {
-            locs[out] = locs[k];
-            other[out] = other[k];
-            widths[out] = widths[k];
-            ++out;
-        }
-    }
-    locs.resize(out);
-    other.resize(out);
-    widths.resize(out);
+    auto wideEnough = [&](size_t k) { return widths[k] >= static_cast<double>(minWidth); };
+    keepWhere(wideEnough, locs.size(), locs, other, widths);
 }
 
 void findPeaksU(const std::vector<double>& y, int minPeakHeight, int minPeakProminence,

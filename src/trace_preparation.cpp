@@ -80,8 +80,7 @@ void bridge(std::vector<int>& r, int64_t s0, int64_t e0) {
 // Bridges the stretches disturbed by clustered fetal movements with straight
 // lines: movements within 90 s of each other form a cluster, widened by 30 s.
 std::vector<int> QK4_CFhrAlgorithm::update_fhr(std::vector<int> trace, int fs,
-                                               const std::vector<int>& movements,
-                                               int div) const {
+                                               const std::vector<int>& movements, int div) const {
     if (movements.size() < 2 || div == 0) return trace;
     const int64_t w = fs / div;
     const int64_t length = static_cast<int64_t>(trace.size());
@@ -101,11 +100,10 @@ std::vector<int> QK4_CFhrAlgorithm::update_fhr(std::vector<int> trace, int fs,
 void QK4_CFhrAlgorithm::thresholdFilter(std::vector<int>& trace) const {
     const size_t n = trace.size();
     for (size_t i = 1; i < n; ++i) {
-        const bool steepDrop =
-            static_cast<int64_t>(trace[i]) - trace[i - 1] < thresholdMinStep;
-        const bool farAbove = i < fhrBaseline.size() &&
-                              static_cast<double>(trace[i]) - fhrBaseline[i] >
-                                  static_cast<double>(thresholdMaxAboveBaseline);
+        const bool steepDrop = static_cast<int64_t>(trace[i]) - trace[i - 1] < thresholdMinStep;
+        const bool farAbove =
+            i < fhrBaseline.size() && static_cast<double>(trace[i]) - fhrBaseline[i] >
+                                          static_cast<double>(thresholdMaxAboveBaseline);
         if (steepDrop || farAbove) trace[i] = trace[i - 1];
     }
 }
