@@ -1,0 +1,13 @@
+# make_temp_dir(<var>): creates a new directory under $TMPDIR (or /tmp).
+function(make_temp_dir out)
+  set(root /tmp)
+  if(DEFINED ENV{TMPDIR} AND IS_DIRECTORY "$ENV{TMPDIR}")
+    set(root $ENV{TMPDIR})
+  endif()
+  string(RANDOM LENGTH 10 ALPHABET abcdefghijklmnopqrstuvwxyz0123456789 suffix)
+  while(EXISTS ${root}/ctgscore-interface-${suffix})
+    string(RANDOM LENGTH 10 ALPHABET abcdefghijklmnopqrstuvwxyz0123456789 suffix)
+  endwhile()
+  file(MAKE_DIRECTORY ${root}/ctgscore-interface-${suffix})
+  set(${out} ${root}/ctgscore-interface-${suffix} PARENT_SCOPE)
+endfunction()
