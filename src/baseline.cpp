@@ -149,6 +149,7 @@ std::vector<double> weightedModeBaselineReference(const std::vector<int>& trace,
 namespace {
 
 constexpr int kLanes = 32;
+constexpr int kMaxBins = 300;
 // Lanes are handled in chunks of four doubles, each chunk sum kept in a register.
 constexpr int kChunk = 4;
 constexpr int kChunks = kLanes / kChunk;
@@ -202,20 +203,42 @@ __attribute__((target_clones("avx512f", "avx2", "default"))) void accumulateLane
     }
 }
 
+// Bands whose approximate total (from prefix sums) falls this far, relative to
+// the whole histogram, below the approximate best cannot be the exact best:
+// the prefix and band sums over at most 300 bins err by less than 2^-43 of it.
+constexpr double kCandidateMargin = 0x1p-40;
+
 // bandEstimate for every lane of a lane histogram whose filled rows lie in
-// [lowRow, highRow].
+// [lowRow, highRow].  Exact band totals, added in the written order, are formed
+// only for the bands that can hold the best total; the first band reaching the
+// best total is the same as in a search over every band.
 __attribute__((target_clones("avx512f", "avx2", "default"))) void bandEstimateLanes(
     const double* histogram, int bins, int bandWidth, int lowRow, int highRow, double* estimates) {
     double best[kLanes] = {};
     int bestBand[kLanes];
     std::fill(bestBand, bestBand + kLanes, -1);
+    const int firstBand = std::max(0, lowRow - bandWidth + 1);
     const int lastBand = std::min(bins - bandWidth - 2, highRow);
-    for (int t = std::max(0, lowRow - bandWidth + 1); t <= lastBand; ++t) {
-        const Chunk* rows =
-            reinterpret_cast<const Chunk*>(histogram + static_cast<long>(t) * kLanes);
-        for (int c = 0; c < kChunks; ++c) {
-            Chunk total = rows[c];
-            for (int m = 1; m < bandWidth; ++m) total = total + rows[m * kChunks + c];
+    const Chunk* rows = reinterpret_cast<const Chunk*>(histogram);
+    Chunk prefix[kMaxBins + 1];
+    for (int c = 0; c < kChunks; ++c) {
+        const int span = lastBand + bandWidth - firstBand;
+        prefix[0] = Chunk{};
+        for (int r = 0; r < span; ++r)
+            prefix[r + 1] = prefix[r] + rows[(firstBand + r) * kChunks + c];
+        Chunk bestApprox = prefix[0];
+        for (int t = firstBand; t <= lastBand; ++t) {
+            const Chunk approx = prefix[t - firstBand + bandWidth] - prefix[t - firstBand];
+            bestApprox = bestApprox > approx ? bestApprox : approx;
+        }
+        const Chunk threshold = bestApprox - prefix[span > 0 ? span : 0] * (2 * kCandidateMargin);
+        for (int t = firstBand; t <= lastBand; ++t) {
+            const Chunk approx = prefix[t - firstBand + bandWidth] - prefix[t - firstBand];
+            bool candidate = false;
+            for (int k = 0; k < kChunk; ++k) candidate = candidate || approx[k] >= threshold[k];
+            if (!candidate) continue;
+            Chunk total = rows[t * kChunks + c];
+            for (int m = 1; m < bandWidth; ++m) total = total + rows[(t + m) * kChunks + c];
             for (int k = 0; k < kChunk; ++k) {
                 const int s = c * kChunk + k;
                 if (total[k] > best[s]) {
