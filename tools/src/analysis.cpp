@@ -87,20 +87,23 @@ std::string errorFromLog(const std::vector<std::string>& log) {
 }
 
 MethodResult runMethod(Method method, const Recording& recording, const std::vector<int>& fm,
-                       bool echoLog) {
+                       const AnalysisOptions& options) {
     MethodResult result;
     result.method = method;
+    const WorkingDirectoryScope logPlace(options.logDirectory);
     LibraryOutputCapture capture;
     const LibraryCall call = callLibrary(method, recording, fm);
     result.log = capture.finish();
-    if (echoLog) {
+    if (options.echoLog) {
         for (const std::string& line : result.log) std::cerr << line << '\n';
     }
     std::memcpy(&result.record, call.words, sizeof result.record);
     result.ok = word(result.record, spec(method).successWord) != -1;
     if (!result.ok) result.error = errorFromLog(result.log);
-    result.accelerations = pairUp(call.location->accelerationStarts, call.location->accelerationEnds);
-    result.decelerations = pairUp(call.location->decelerationStarts, call.location->decelerationEnds);
+    result.accelerations =
+        pairUp(call.location->accelerationStarts, call.location->accelerationEnds);
+    result.decelerations =
+        pairUp(call.location->decelerationStarts, call.location->decelerationEnds);
     result.baseline.assign(call.baseline->data, call.baseline->data + call.baseline->count);
     return result;
 }
@@ -152,8 +155,23 @@ Parameters parseParameters(const std::string& text) {
     return parameters;
 }
 
+const std::array<const char*, kParameterCount>& parameterNames() {
+    static const std::array<const char*, kParameterCount> names = {
+        "varAmplitudeMin", "varCycleMin",     "accMinDuration", "accMinAmplitude", "accMinSpacing",
+        "decMinDuration",  "decMinAmplitude", "decMinSpacing",  "auxPeakA",        "auxPeakB",
+        "auxPeakSpan",     "auxPeakD",        "ucPeakA",        "ucPeakB",         "ucPeakSpan",
+        "fmMode",          "reserved16"};
+    return names;
+}
+
 int word(const QK4_FhrResult& record, int index) {
     int value = 0;
+    std::memcpy(&value, reinterpret_cast<const char*>(&record) + sizeof(int) * index, sizeof value);
+    return value;
+}
+
+double wordAsDouble(const QK4_FhrResult& record, int index) {
+    double value = 0.0;
     std::memcpy(&value, reinterpret_cast<const char*>(&record) + sizeof(int) * index, sizeof value);
     return value;
 }
@@ -168,7 +186,7 @@ std::vector<MethodResult> analyze(const Recording& recording, const AnalysisOpti
     const std::vector<int> fm = movementWordsPerSecond(recording);
     std::vector<MethodResult> results;
     for (Method method : options.methods) {
-        results.push_back(runMethod(method, recording, fm, options.echoLog));
+        results.push_back(runMethod(method, recording, fm, options));
     }
     return results;
 }

@@ -39,24 +39,30 @@ struct Event {
 struct MethodResult {
     Method method = Method::Krebs;
     bool ok = false;
-    std::string error;                   // why the library did not score, when !ok
-    QK4_FhrResult record{};              // the 54 result words
+    std::string error;       // why the library did not score, when !ok
+    QK4_FhrResult record{};  // the 54 result words
     std::vector<Event> accelerations;
     std::vector<Event> decelerations;
-    std::vector<double> baseline;        // heart-rate baseline curve, one value a sample
-    std::vector<std::string> log;        // the library's log lines of this run
+    std::vector<double> baseline;  // heart-rate baseline curve, one value a sample
+    std::vector<std::string> log;  // the library's log lines of this run
 };
 
 struct AnalysisOptions {
     std::vector<Method> methods = allMethods();
     std::optional<Parameters> parameters;
-    bool echoLog = false;                // copy the library's log lines to stderr
+    bool echoLog = false;      // copy the library's log lines to stderr
+    std::string logDirectory;  // where the library's log file goes; "" = here
 };
 
 // Runs the chosen methods in order.  Results keep the order of options.methods.
 std::vector<MethodResult> analyze(const Recording& recording, const AnalysisOptions& options);
 
+// Names of the 17 tuning parameters, in record order.
+const std::array<const char*, kParameterCount>& parameterNames();
+
 // The result word at index (0..53) as an int.
 int word(const QK4_FhrResult& record, int index);
+// The double stored in words index and index + 1.
+double wordAsDouble(const QK4_FhrResult& record, int index);
 
 }  // namespace ctgtool

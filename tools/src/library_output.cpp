@@ -1,7 +1,12 @@
 #include "library_output.h"
 
-#include <iostream>
+#include <fcntl.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+#include <stdexcept>
 
 namespace ctgtool {
 
@@ -56,6 +61,23 @@ std::vector<std::string> LibraryOutputCapture::finish() {
     }
     if (!line.empty()) lines.push_back(line);
     return lines;
+}
+
+WorkingDirectoryScope::WorkingDirectoryScope(const std::string& directory) {
+    if (directory.empty()) return;
+    previous_ = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (previous_ < 0 || chdir(directory.c_str()) != 0) {
+        const std::string reason = std::strerror(errno);
+        if (previous_ >= 0) close(previous_);
+        previous_ = -1;
+        throw std::runtime_error("cannot use " + directory + " for the log: " + reason);
+    }
+}
+
+WorkingDirectoryScope::~WorkingDirectoryScope() {
+    if (previous_ < 0) return;
+    if (fchdir(previous_) != 0) std::cerr << "ctgscore: cannot return to the working directory\n";
+    close(previous_);
 }
 
 }  // namespace ctgtool

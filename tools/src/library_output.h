@@ -1,7 +1,6 @@
-// The library echoes every log line to standard output, which would mix with
-// the tool's own output (JSON, CSV, table).  LibraryOutputCapture diverts file
-// descriptor 1 into a temporary file for the duration of a library call and
-// hands the captured lines back.
+// Side effects of a library call.  The library echoes every log line to
+// standard output, which would mix with the tool's own output (JSON, CSV,
+// table), and writes its daily log file into the working directory.
 #pragma once
 
 #include <cstdio>
@@ -10,6 +9,8 @@
 
 namespace ctgtool {
 
+// Diverts file descriptor 1 into a temporary file for the duration of a
+// library call and hands the captured lines back.
 class LibraryOutputCapture {
 public:
     LibraryOutputCapture();
@@ -26,6 +27,20 @@ private:
     std::FILE* sink_ = nullptr;
     int savedStdout_ = -1;
     bool active_ = false;
+};
+
+// Makes a folder the working directory for the lifetime of the object, so the
+// library's log file lands there; the previous one is restored afterwards.
+// Throws std::runtime_error when the folder cannot be entered.
+class WorkingDirectoryScope {
+public:
+    explicit WorkingDirectoryScope(const std::string& directory);
+    ~WorkingDirectoryScope();
+    WorkingDirectoryScope(const WorkingDirectoryScope&) = delete;
+    WorkingDirectoryScope& operator=(const WorkingDirectoryScope&) = delete;
+
+private:
+    int previous_ = -1;
 };
 
 }  // namespace ctgtool

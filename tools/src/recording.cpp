@@ -24,6 +24,9 @@ double signalLossFraction(const Recording& recording) {
     return static_cast<double>(lost) / recording.fhr.size();
 }
 
-int roundToInt(double value) { return static_cast<int>(std::lround(value)); }
+int roundToInt(double value) {
+    if (std::isnan(value)) return 0;
+    return static_cast<int>(std::lround(std::clamp(value, -1e9, 1e9)));
+}
 
 }  // namespace ctgtool

@@ -9,15 +9,9 @@ namespace ctgtool {
 
 namespace {
 
-using nlohmann::json;
+using json = nlohmann::ordered_json;
 
 // ---- result words -----------------------------------------------------------
-
-double wordAsDouble(const QK4_FhrResult& record, int index) {
-    double value = 0.0;
-    std::memcpy(&value, reinterpret_cast<const char*>(&record) + sizeof(int) * index, sizeof value);
-    return value;
-}
 
 enum class Kind { Int, Double, Flags };
 
@@ -31,10 +25,12 @@ struct WordSpec {
 // The words each method fills, under the names of the result record.  The
 // contraction method gives words 0..7 meanings of its own.
 const std::vector<WordSpec>& wordsOf(Method method) {
-    static const std::vector<WordSpec> stageWords = {
-        {"baselineFhr", 35},         {"variabilityAmplitude", 36, Kind::Double},
-        {"oscillationFrequency", 38, Kind::Double}, {"accelerationCount", 40},
-        {"decelerationCount", 41},   {"movementCount", 51}};
+    static const std::vector<WordSpec> stageWords = {{"baselineFhr", 35},
+                                                     {"variabilityAmplitude", 36, Kind::Double},
+                                                     {"oscillationFrequency", 38, Kind::Double},
+                                                     {"accelerationCount", 40},
+                                                     {"decelerationCount", 41},
+                                                     {"movementCount", 51}};
     static const std::vector<WordSpec> decelerationTypes = {
         {"decelerationPattern", 42}, {"decTypeCount1", 44}, {"decTypeCount2", 45},
         {"decelerationExtra", 46},   {"decTypeCount3", 47}, {"decTypeCount4", 48}};
@@ -43,31 +39,37 @@ const std::vector<WordSpec>& wordsOf(Method method) {
         for (const auto& part : parts) all.insert(all.end(), part.begin(), part.end());
         return all;
     };
-    static const std::vector<WordSpec> krebs = join(
-        {{{"totalScore", 0}, {"baselineScore", 1}, {"amplitudeScore", 2}, {"frequencyScore", 3},
-          {"accelerationScore", 4}, {"decelerationScore", 5}, {"movementScore", 6}},
-         stageWords});
-    static const std::vector<WordSpec> fischer = join(
-        {{{"totalScore", 0}, {"baselineScore", 1}, {"amplitudeScore", 2}, {"frequencyScore", 3},
-          {"accelerationScore", 4}, {"decelerationScore", 5}, {"strongContractionFlag", 23}},
-         stageWords, decelerationTypes});
-    static const std::vector<WordSpec> acog = join(
-        {{{"acogBaselineFlags", 7, Kind::Flags, 4}, {"acogVariabilityFlags", 11, Kind::Flags, 5},
-          {"acogAccelerationFlags", 16, Kind::Flags, 4}, {"acogDecFlagsA", 20, Kind::Flags, 3},
-          {"acogDecFlagsB", 24, Kind::Flags, 5}, {"acogDecFlagsC", 29, Kind::Flags, 3},
-          {"acogPatternFlags", 32, Kind::Flags, 3}},
-         stageWords, decelerationTypes, {{"acogReservedE", 49}, {"acogReservedF", 50}}});
+    static const std::vector<WordSpec> scores = {
+        {"totalScore", 0},     {"baselineScore", 1},     {"amplitudeScore", 2},
+        {"frequencyScore", 3}, {"accelerationScore", 4}, {"decelerationScore", 5}};
+    static const std::vector<WordSpec> krebs = join({scores, {{"movementScore", 6}}, stageWords});
+    static const std::vector<WordSpec> fischer =
+        join({scores, {{"strongContractionFlag", 23}}, stageWords, decelerationTypes});
+    static const std::vector<WordSpec> acog =
+        join({{{"acogBaselineFlags", 7, Kind::Flags, 4},
+               {"acogVariabilityFlags", 11, Kind::Flags, 5},
+               {"acogAccelerationFlags", 16, Kind::Flags, 4},
+               {"acogDecFlagsA", 20, Kind::Flags, 3},
+               {"acogDecFlagsB", 24, Kind::Flags, 5},
+               {"acogDecFlagsC", 29, Kind::Flags, 3},
+               {"acogPatternFlags", 32, Kind::Flags, 3}},
+              stageWords,
+              decelerationTypes,
+              {{"acogReservedE", 49}, {"acogReservedF", 50}}});
     static const std::vector<WordSpec> uc = {
-        {"intensityRating", 0},       {"lastEndMinusLastPeak", 1},
-        {"lastPeakMinusPreviousEnd", 2}, {"baselineFhrCopy", 3},
-        {"lastContractionEnd", 4},    {"lastContractionPeak", 5},
-        {"previousContractionEnd", 6}, {"peakContraction", 7},
-        {"baselineFhr", 35},          {"movementCount", 51}};
+        {"intensityRating", 0},        {"lastEndMinusLastPeak", 1}, {"lastPeakMinusPreviousEnd", 2},
+        {"baselineFhrCopy", 3},        {"lastContractionEnd", 4},   {"lastContractionPeak", 5},
+        {"previousContractionEnd", 6}, {"peakContraction", 7},      {"baselineFhr", 35},
+        {"movementCount", 51}};
     switch (method) {
-        case Method::Krebs: return krebs;
-        case Method::Fischer: return fischer;
-        case Method::Acog: return acog;
-        case Method::Uc: return uc;
+        case Method::Krebs:
+            return krebs;
+        case Method::Fischer:
+            return fischer;
+        case Method::Acog:
+            return acog;
+        case Method::Uc:
+            return uc;
     }
     return krebs;
 }
@@ -82,9 +84,15 @@ json namedWords(const MethodResult& result) {
     json words = json::object();
     for (const WordSpec& spec : wordsOf(result.method)) {
         switch (spec.kind) {
-            case Kind::Int: words[spec.name] = word(result.record, spec.index); break;
-            case Kind::Double: words[spec.name] = wordAsDouble(result.record, spec.index); break;
-            case Kind::Flags: words[spec.name] = flagsAt(result.record, spec.index, spec.count); break;
+            case Kind::Int:
+                words[spec.name] = word(result.record, spec.index);
+                break;
+            case Kind::Double:
+                words[spec.name] = wordAsDouble(result.record, spec.index);
+                break;
+            case Kind::Flags:
+                words[spec.name] = flagsAt(result.record, spec.index, spec.count);
+                break;
         }
     }
     return words;
@@ -107,7 +115,9 @@ std::string decimal(double value, int digits) {
     return text;
 }
 
-json item(const std::string& key, const std::string& text) { return {{"item", key}, {"text", text}}; }
+json item(const std::string& key, const std::string& text) {
+    return {{"item", key}, {"text", text}};
+}
 
 json scoredItem(const std::string& key, const std::string& finding, int points) {
     return {{"item", key}, {"points", points}, {"text", finding + ": " + pointsText(points)}};
@@ -118,10 +128,21 @@ std::string amplitudeText(double amplitude) {
     return "variability amplitude " + decimal(amplitude, 1) + " bpm";
 }
 
+// The Krebs run stores the number of decelerations in word 41.  The Fischer
+// and ACOG runs store it in word 46 (decelerationExtra) and the number of deep
+// ones (30 bpm or more below the baseline) in word 41.
+std::string decelerationText(const QK4_FhrResult& record, Method method) {
+    if (method == Method::Krebs) return countText(record.decelerationCount, "deceleration");
+    const int deep = record.decelerationCount;
+    return countText(record.decelerationExtra, "deceleration") + ", " +
+           (deep == 0 ? std::string("none") : std::to_string(deep)) + " deep";
+}
+
 // The heart-rate items that the Krebs and Fischer scores share (words 1..6).
-json heartRateItems(const QK4_FhrResult& record, bool withMovements) {
+json heartRateItems(const QK4_FhrResult& record, Method method) {
     json items = json::array();
-    items.push_back(scoredItem("baseline", "baseline " + std::to_string(record.baselineFhr) + " bpm",
+    items.push_back(scoredItem("baseline",
+                               "baseline " + std::to_string(record.baselineFhr) + " bpm",
                                record.baselineScore));
     items.push_back(scoredItem("variability_amplitude", amplitudeText(record.variabilityAmplitude),
                                record.amplitudeScore));
@@ -130,27 +151,28 @@ json heartRateItems(const QK4_FhrResult& record, bool withMovements) {
                                record.frequencyScore));
     items.push_back(scoredItem("accelerations", countText(record.accelerationCount, "acceleration"),
                                record.accelerationScore));
-    items.push_back(scoredItem("decelerations", countText(record.decelerationCount, "deceleration"),
-                               record.decelerationScore));
-    if (withMovements) {
+    items.push_back(
+        scoredItem("decelerations", decelerationText(record, method), record.decelerationScore));
+    if (method == Method::Krebs) {
         items.push_back(scoredItem("movements", countText(record.movementCount, "fetal movement"),
                                    record.movementScore));
     }
     return items;
 }
 
+// The typing of decelerations against the first contraction runs only when
+// word 41 is above 0.
+json decelerationTypes(const QK4_FhrResult& record) {
+    return item("deceleration_types",
+                "deceleration types: " + std::to_string(record.decTypeCount1) + " early, " +
+                    std::to_string(record.decTypeCount2) + " late or low, " +
+                    std::to_string(record.decTypeCount3) + " delayed, " +
+                    std::to_string(record.decTypeCount4) + " other");
+}
+
 json fischerFindings(const QK4_FhrResult& record) {
     json items = json::array();
-    if (record.decelerationCount > 0) {
-        items.push_back(item("deceleration_types",
-                             "deceleration types: " + std::to_string(record.decTypeCount1) +
-                                 " early, " + std::to_string(record.decTypeCount2) +
-                                 " late or low, " + std::to_string(record.decTypeCount3) +
-                                 " delayed, " + std::to_string(record.decTypeCount4) + " other"));
-    }
-    items.push_back(item("deep_decelerations",
-                         countText(record.decelerationExtra, "deep deceleration") +
-                             " (30 bpm or more below the baseline)"));
+    if (record.decelerationCount > 0) items.push_back(decelerationTypes(record));
     items.push_back(item("strong_contractions", record.strongContractionFlag == 1
                                                     ? "two or more strong contractions"
                                                     : "fewer than two strong contractions"));
@@ -165,20 +187,25 @@ struct FlagGroup {
 
 const std::vector<FlagGroup>& acogGroups() {
     static const std::vector<FlagGroup> groups = {
-        {"baseline", 7,
+        {"baseline",
+         7,
          {"110-160 bpm", "above 160 bpm (tachycardia)", "109 bpm or below with variability",
           "109 bpm or below, variability absent"}},
-        {"variability", 11,
+        {"variability",
+         11,
          {"moderate (5-25 bpm)", "absent", "minimal (below 5 bpm)", "marked (above 25 bpm)",
           "absent, with bradycardia or recurrent decelerations"}},
         {"accelerations", 16, {"present", "absent", "flag 2", "absent"}},
-        {"early_decelerations", 20,
+        {"early_decelerations",
+         20,
          {"early decelerations present", "no early decelerations", "no early decelerations"}},
-        {"late_decelerations", 24,
+        {"late_decelerations",
+         24,
          {"no late or low decelerations", "recurrent late or low decelerations with variability",
-          "deep decelerations present", "reserved flag",
+          "decelerations present", "reserved flag",
           "recurrent late or low decelerations, variability absent"}},
-        {"delayed_decelerations", 29,
+        {"delayed_decelerations",
+         29,
          {"no delayed decelerations", "recurrent delayed decelerations, moderate variability",
           "recurrent delayed decelerations, variability absent"}},
         {"pattern", 32, {"no pattern input", "no pattern input", "pattern input present"}},
@@ -207,6 +234,10 @@ std::string acogPrefix(const QK4_FhrResult& record, const std::string& key) {
 json acogItems(const QK4_FhrResult& record) {
     json items = json::array();
     for (const FlagGroup& group : acogGroups()) {
+        if (std::string(group.key) == "early_decelerations") {
+            items.push_back(item("decelerations", decelerationText(record, Method::Acog)));
+            if (record.decelerationCount > 0) items.push_back(decelerationTypes(record));
+        }
         json entry = item(group.key, acogPrefix(record, group.key) + flagLabels(record, group));
         entry["flags"] = flagsAt(record, group.first, static_cast<int>(group.slotLabels.size()));
         items.push_back(entry);
@@ -214,49 +245,59 @@ json acogItems(const QK4_FhrResult& record) {
     return items;
 }
 
+// Words 0..7 of the contraction method.  With fewer than two contractions the
+// run sets the rating and the positions to 0 without measuring them and
+// leaves word 1 at -1.
 json contractionItems(const QK4_FhrResult& record, int rate) {
-    const auto at = [rate](int sample) { return clockTime(static_cast<double>(sample) / rate); };
-    const auto duration = [rate](int samples) { return clockTime(static_cast<double>(samples) / rate); };
+    const auto clock = [rate](int samples) {
+        return clockTime(static_cast<double>(samples) / rate);
+    };
     json items = json::array();
-    items.push_back(item("intensity", "strongest contraction " + std::to_string(word(record, 7)) +
-                                          " in the first 5 minutes: rating " +
-                                          std::to_string(word(record, 0)) + " of 2"));
+    const bool measured = word(record, 1) != -1;
+    items.push_back(
+        item("intensity", measured ? "strongest contraction " + std::to_string(word(record, 7)) +
+                                         " in the first 5 minutes: rating " +
+                                         std::to_string(word(record, 0)) + " of 2"
+                                   : "fewer than two contractions found: rating 0 of 2"));
     items.push_back(item("baseline", "baseline " + std::to_string(word(record, 3)) + " bpm"));
-    if (word(record, 1) == -1) {
-        items.push_back(item("contractions", "fewer than two contractions found"));
-        return items;
-    }
-    items.push_back(item("last_contraction",
-                         "last contraction: peak at " + at(word(record, 5)) + ", end at " +
-                             at(word(record, 4)) + " (" + duration(word(record, 1)) +
-                             " after the peak)"));
-    items.push_back(item("previous_contraction",
-                         "previous contraction ended at " + at(word(record, 6)) + ", " +
-                             duration(word(record, 2)) + " before the last peak"));
+    if (!measured) return items;
+    items.push_back(item("last_contraction", "last contraction: peak at " + clock(word(record, 5)) +
+                                                 ", end at " + clock(word(record, 4)) + " (" +
+                                                 clock(word(record, 1)) + " after the peak)"));
+    items.push_back(
+        item("previous_contraction", "previous contraction ended at " + clock(word(record, 6)) +
+                                         ", " + clock(word(record, 2)) + " before the last peak"));
     return items;
 }
 
 json scoreItems(const MethodResult& result, int rate) {
     const QK4_FhrResult& record = result.record;
     switch (result.method) {
-        case Method::Krebs: return heartRateItems(record, true);
+        case Method::Krebs:
+            return heartRateItems(record, Method::Krebs);
         case Method::Fischer: {
-            json items = heartRateItems(record, false);
+            json items = heartRateItems(record, Method::Fischer);
             for (const json& finding : fischerFindings(record)) items.push_back(finding);
             return items;
         }
-        case Method::Acog: return acogItems(record);
-        case Method::Uc: return contractionItems(record, rate);
+        case Method::Acog:
+            return acogItems(record);
+        case Method::Uc:
+            return contractionItems(record, rate);
     }
     return json::array();
 }
 
 std::optional<int> maximumScore(Method method) {
     switch (method) {
-        case Method::Krebs: return 12;
-        case Method::Fischer: return 10;
-        case Method::Acog: return std::nullopt;
-        case Method::Uc: return 2;
+        case Method::Krebs:
+            return 12;
+        case Method::Fischer:
+            return 10;
+        case Method::Acog:
+            return std::nullopt;
+        case Method::Uc:
+            return 2;
     }
     return std::nullopt;
 }
@@ -331,7 +372,7 @@ json describeRecording(const std::string& path, const Recording& recording,
     return doc;
 }
 
-json describeReadFailure(const std::string& path, const std::string& error) {
+json describeFileFailure(const std::string& path, const std::string& error) {
     return {{"file", path}, {"ok", false}, {"error", error}};
 }
 

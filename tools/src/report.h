@@ -14,15 +14,15 @@ struct ReportOptions {
     bool includeBaselineCurve = false;
 };
 
-nlohmann::json describeResult(const MethodResult& result, int rate, const ReportOptions& options);
+nlohmann::ordered_json describeResult(const MethodResult& result, int rate, const ReportOptions& options);
 
 // The recording (file, name, length, rate, signal loss) with a "results" array.
-nlohmann::json describeRecording(const std::string& path, const Recording& recording,
+nlohmann::ordered_json describeRecording(const std::string& path, const Recording& recording,
                                  const std::vector<MethodResult>& results,
                                  const ReportOptions& options);
 
-// The entry for a file that could not be read.
-nlohmann::json describeReadFailure(const std::string& path, const std::string& error);
+// The entry for a file that could not be read or analysed.
+nlohmann::ordered_json describeFileFailure(const std::string& path, const std::string& error);
 
 // "m:ss" of a sample position.
 std::string clockTime(double seconds);

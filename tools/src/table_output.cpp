@@ -8,7 +8,7 @@ namespace ctgtool {
 
 namespace {
 
-using nlohmann::json;
+using json = nlohmann::ordered_json;
 
 std::string fixed(double value, int digits) {
     char text[64];
@@ -37,22 +37,25 @@ void writeResult(std::ostream& out, const json& result) {
         out << ": " << result["score"].get<int>() << " of " << result["max_score"].get<int>();
     }
     out << '\n';
-    for (const json& item : result["items"]) out << "    " << item["text"].get<std::string>() << '\n';
-    if (result.contains("accelerations")) writeEvents(out, "accelerations", result["accelerations"]);
-    if (result.contains("decelerations")) writeEvents(out, "decelerations", result["decelerations"]);
+    for (const json& item : result["items"])
+        out << "    " << item["text"].get<std::string>() << '\n';
+    if (result.contains("accelerations"))
+        writeEvents(out, "accelerations", result["accelerations"]);
+    if (result.contains("decelerations"))
+        writeEvents(out, "decelerations", result["decelerations"]);
     out << "    baseline curve: " << result["baseline"]["length"].get<std::size_t>() << " values\n";
 }
 
 void writeRecording(std::ostream& out, const json& recording) {
-    out << recording["file"].get<std::string>();
     if (!recording["ok"].get<bool>()) {
-        out << ": not read: " << recording["error"].get<std::string>() << "\n\n";
+        out << recording["error"].get<std::string>() << "\n\n";
         return;
     }
-    out << ": " << fixed(recording["minutes"].get<double>(), 1) << " min, "
+    out << recording["file"].get<std::string>() << ": " << fixed(recording["minutes"].get<double>(), 1) << " min, "
         << recording["samples"].get<int>() << " samples at " << recording["rate"].get<int>()
         << " Hz, signal loss " << fixed(recording["signal_loss_percent"].get<double>(), 1) << " %";
-    if (recording.contains("start_time")) out << ", started " << recording["start_time"].get<std::string>();
+    if (recording.contains("start_time"))
+        out << ", started " << recording["start_time"].get<std::string>();
     out << '\n';
     for (const json& result : recording["results"]) writeResult(out, result);
     out << '\n';

@@ -19,12 +19,13 @@ std::string trim(const std::string& text) {
     return text.substr(first, last - first + 1);
 }
 
-std::vector<std::string> splitFields(const std::string& line) {
+std::vector<std::string> splitFields(std::string line) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
     std::vector<std::string> fields;
     std::string field;
     std::istringstream in(line);
     while (std::getline(in, field, ',')) fields.push_back(trim(field));
-    if (!line.empty() && line.back() == ',') fields.push_back("");
+    if (!line.empty() && line.back() == ',') fields.push_back("");  // getline drops it
     return fields;
 }
 
@@ -44,16 +45,18 @@ Columns findColumns(const std::string& path, const std::string& header) {
     std::optional<std::size_t> fhr, uc, fm;
     for (std::size_t i = 0; i < names.size(); ++i) {
         const std::string name = lower(names[i]);
-        std::optional<std::size_t>* slot = name == "fhr" ? &fhr : name == "uc" ? &uc
-                                         : name == "fm"  ? &fm  : nullptr;
+        std::optional<std::size_t>* slot = name == "fhr"  ? &fhr
+                                           : name == "uc" ? &uc
+                                           : name == "fm" ? &fm
+                                                          : nullptr;
         if (slot == nullptr) continue;
         if (slot->has_value()) throw InputError(path, "column '" + name + "' appears twice");
         *slot = i;
     }
     for (const auto& [column, name] : {std::pair{fhr, "fhr"}, std::pair{uc, "uc"}}) {
         if (!column) {
-            throw InputError(path, std::string("missing column '") + name +
-                                       "' in header line '" + trim(header) + "'");
+            throw InputError(path, std::string("missing column '") + name + "' in header line '" +
+                                       trim(header) + "'");
         }
     }
     return Columns{names.size(), *fhr, *uc, fm};
@@ -62,16 +65,17 @@ Columns findColumns(const std::string& path, const std::string& header) {
 int parseCell(const std::string& path, int lineNumber, const char* column,
               const std::string& cell) {
     const auto problem = [&](const std::string& what) {
-        return InputError(path, "line " + std::to_string(lineNumber) + ", column '" + column +
-                                    "': " + what);
+        return InputError(
+            path, "line " + std::to_string(lineNumber) + ", column '" + column + "': " + what);
     };
     if (cell.empty()) throw problem("empty cell");
+    const std::string shown = cell.size() > 40 ? cell.substr(0, 40) + "..." : cell;
     char* end = nullptr;
     const double value = std::strtod(cell.c_str(), &end);
     if (end != cell.c_str() + cell.size() || !std::isfinite(value)) {
-        throw problem("'" + cell + "' is not a number");
+        throw problem("'" + shown + "' is not a number");
     }
-    if (std::fabs(value) > 1e6) throw problem("'" + cell + "' is out of range");
+    if (std::fabs(value) > 1e6) throw problem("'" + shown + "' is out of range");
     return roundToInt(value);
 }
 

@@ -23,22 +23,26 @@ unsigned littleEndian16(const std::string& bytes, std::size_t offset) {
 }
 
 std::uint32_t littleEndian32(const std::string& bytes, std::size_t offset) {
-    return littleEndian16(bytes, offset) | static_cast<std::uint32_t>(littleEndian16(bytes, offset + 2)) << 16;
+    return littleEndian16(bytes, offset) |
+           static_cast<std::uint32_t>(littleEndian16(bytes, offset + 2)) << 16;
 }
 
 unsigned pickChannel(unsigned first, unsigned second, FhrChannel channel) {
     switch (channel) {
-        case FhrChannel::First: return first;
-        case FhrChannel::Second: return second;
-        case FhrChannel::Maximum: return std::max(first, second);
+        case FhrChannel::First:
+            return first;
+        case FhrChannel::Second:
+            return second;
+        case FhrChannel::Maximum:
+            return std::max(first, second);
     }
     return first;
 }
 
 void checkSize(const std::string& path, std::size_t size) {
     if (size < kHeaderBytes) {
-        throw InputError(path, "truncated: " + std::to_string(size) +
-                                   " bytes, shorter than the 4-byte header");
+        throw InputError(
+            path, "truncated: " + std::to_string(size) + " bytes, shorter than the 4-byte header");
     }
     if ((size - kHeaderBytes) % kSampleBytes != 0) {
         throw InputError(path, "truncated: " + std::to_string(size - kHeaderBytes) +

@@ -12,7 +12,7 @@ namespace ctgtool {
 enum class FhrChannel { First, Second, Maximum };
 
 struct ReadOptions {
-    int csvRate = 4;                       // CSV files carry no rate of their own
+    int csvRate = 4;  // CSV files carry no rate of their own
     FhrChannel fhrChannel = FhrChannel::First;
 };
 

@@ -2,6 +2,7 @@
 // or more binary signal files.  Only format 16 (little-endian int16, signals of
 // one file interleaved sample by sample) is read, as in the open intrapartum
 // CTG database.
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -78,7 +79,7 @@ void parseRecordLine(const std::string& path, const std::string& line, WfdbHeade
                      int& signalCount) {
     const std::vector<std::string> words = tokens(line);
     double number = 0.0;
-    if (words.size() < 2 || !parseNumber(words[1], number) || number < 1 ||
+    if (words.size() < 2 || !parseNumber(words[1], number) || number < 1 || number > 10000 ||
         number != std::floor(number)) {
         throw InputError(path, "wrong header: record line '" + line +
                                    "' does not start with a name and a signal count");
@@ -104,13 +105,11 @@ void parseRecordLine(const std::string& path, const std::string& line, WfdbHeade
 
 // "16[xN][:skew][+offset]"
 void parseFormat(const std::string& path, const std::string& field, WfdbSignal& signal) {
-    std::size_t used = 0;
-    double format = 0.0;
-    if (!parseLeadingNumber(field, format, used)) {
-        throw InputError(path, "wrong header: signal format '" + field + "'");
-    }
-    signal.format = static_cast<int>(format);
-    const std::string rest = field.substr(used);
+    char* end = nullptr;
+    const long format = std::strtol(field.c_str(), &end, 10);
+    if (end == field.c_str()) throw InputError(path, "wrong header: signal format '" + field + "'");
+    signal.format = static_cast<int>(std::clamp(format, 0L, 100000L));
+    const std::string rest(end);
     if (rest.find('x') != std::string::npos) {
         throw InputError(path, "signal files with several samples per frame are not supported");
     }
@@ -203,8 +202,8 @@ std::vector<int> readSignal(const std::string& headerPath, const WfdbHeader& hea
     const std::size_t frameBytes = 2 * perFrame;
     const std::size_t offset = static_cast<std::size_t>(std::max(0L, signal.byteOffset));
     const std::size_t available = bytes.size() > offset ? bytes.size() - offset : 0;
-    const std::size_t frames = header.samples ? static_cast<std::size_t>(*header.samples)
-                                              : available / frameBytes;
+    const std::size_t frames =
+        header.samples ? static_cast<std::size_t>(*header.samples) : available / frameBytes;
     if (available < frames * frameBytes || (!header.samples && available % frameBytes != 0)) {
         throw InputError(dataPath, "truncated: holds " + std::to_string(available / frameBytes) +
                                        " whole samples, the header announces " +
@@ -215,9 +214,8 @@ std::vector<int> readSignal(const std::string& headerPath, const WfdbHeader& hea
         const std::size_t at = offset + frame * frameBytes + 2 * position;
         const auto raw = static_cast<std::int16_t>(static_cast<unsigned char>(bytes[at]) |
                                                    static_cast<unsigned char>(bytes[at + 1]) << 8);
-        values[frame] = raw == kInvalidSample
-                            ? 0
-                            : roundToInt((raw - signal.baseline) / signal.gain);
+        values[frame] =
+            raw == kInvalidSample ? 0 : roundToInt((raw - signal.baseline) / signal.gain);
     }
     return values;
 }

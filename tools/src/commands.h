@@ -1,0 +1,64 @@
+// The four subcommands.  Each returns the process exit code.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ctgtool {
+
+// Exit codes shared by the subcommands.
+constexpr int kExitOk = 0;
+constexpr int kExitInputError = 1;  // a file could not be read or written
+constexpr int kExitUsage = 2;       // bad command line
+constexpr int kExitNotScored = 3;   // the library refused at least one analysis
+
+struct GlobalArguments {
+    std::string logDirectory;  // "" = current folder
+    bool verbose = false;
+};
+
+// Options every analysing command understands.
+struct AnalysisArguments {
+    int rate = 4;
+    std::string method = "all";
+    std::string parameters;  // "" = library defaults
+    std::string fhrChannel = "1";
+};
+
+struct AnalyzeArguments {
+    std::vector<std::string> files;
+    AnalysisArguments analysis;
+    std::string format = "table";
+    bool baselineCurve = false;
+};
+
+struct PlotArguments {
+    std::string file;
+    std::string output;
+    AnalysisArguments analysis;
+    std::optional<double> fromMinute;
+    std::optional<double> toMinute;
+};
+
+struct SimulateArguments {
+    int minutes = 40;
+    int rate = 4;
+    std::uint64_t seed = 1;
+    std::string output;  // "" = standard output
+};
+
+struct BatchArguments {
+    std::string directory;
+    std::string output;
+    int jobs = 1;
+    AnalysisArguments analysis;
+};
+
+int runAnalyzeCommand(const AnalyzeArguments& arguments, const GlobalArguments& global);
+int runPlotCommand(const PlotArguments& arguments, const GlobalArguments& global);
+int runSimulateCommand(const SimulateArguments& arguments);
+int runBatchCommand(const BatchArguments& arguments, const GlobalArguments& global);
+
+}  // namespace ctgtool
