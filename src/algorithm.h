@@ -227,7 +227,12 @@ BaselineWindow baselineWindow(int length, int seconds, int sampleRate);
 // total weight; 0.0 when no band holds weight.
 double bandEstimate(const double* histogram, int bins, int bandWidth);
 
+// The written form: a fresh histogram for every output sample.
 std::vector<double> weightedModeBaselineReference(const std::vector<int>& trace, int seconds,
                                                   int sampleRate, const BaselineShape& shape);
+// The same curve, bit for bit, computed for many output samples at once.
+std::vector<double> weightedModeBaselineLanes(const std::vector<int>& trace, int seconds,
+                                              int sampleRate, const BaselineShape& shape);
+// The lane form, handing out a recent curve again for an identical request.
 std::vector<double> weightedModeBaseline(const std::vector<int>& trace, int seconds, int sampleRate,
                                          const BaselineShape& shape);

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <deque>
 
 #include "algorithm.h"
 #include "utils.h"
@@ -151,7 +152,7 @@ namespace {
 constexpr int kLanes = 32;
 constexpr int kMaxBins = 300;
 // Lanes are handled in chunks of four doubles, each chunk sum kept in a register.
-constexpr int kChunk = 4;
+constexpr int kChunk = 8;
 constexpr int kChunks = kLanes / kChunk;
 typedef double Chunk
     __attribute__((vector_size(kChunk * sizeof(double)), aligned(sizeof(double)), may_alias));
@@ -324,14 +325,15 @@ int regionEnd(const BaselineWindow& window, int i, int length) {
 
 }  // namespace
 
-std::vector<double> weightedModeBaseline(const std::vector<int>& trace, int seconds, int sampleRate,
-                                         const BaselineShape& shape) {
+std::vector<double> weightedModeBaselineLanes(const std::vector<int>& trace, int seconds,
+                                              int sampleRate, const BaselineShape& shape) {
     const int n = static_cast<int>(trace.size());
     const BaselineWindow window = baselineWindow(n, seconds, sampleRate);
     // Every weight index of the written form lies inside the profile when it is
     // at least behind + ahead long; otherwise keep to the written form.
-    if (window.weights.empty() || static_cast<long>(window.weights.size()) <
-                                      static_cast<long>(window.behind) + window.ahead) {
+    if (window.weights.empty() || std::max(shape.edgeBins, shape.tailBins) > kMaxBins ||
+        static_cast<long>(window.weights.size()) <
+            static_cast<long>(window.behind) + window.ahead) {
         return weightedModeBaselineReference(trace, seconds, sampleRate, shape);
     }
     std::vector<double> curve(n, 0.0);
@@ -341,5 +343,57 @@ std::vector<double> weightedModeBaseline(const std::vector<int>& trace, int seco
         lanes.group(i, count, curve.data());
         i += count;
     }
+    return curve;
+}
+
+namespace {
+
+// The runs ask for the same curve more than once (the Krebs, ACOG and
+// contraction runs of one recording share their heart-rate trace, the Fischer
+// and ACOG runs their toco trace), so the last few curves are kept, with their
+// requests, and handed out again for an identical request.
+class RecentBaselines {
+public:
+    const std::vector<double>* find(const std::vector<int>& trace, int seconds, int sampleRate,
+                                    const BaselineShape& shape) const {
+        for (const Entry& entry : entries_) {
+            if (entry.seconds == seconds && entry.sampleRate == sampleRate &&
+                entry.shape.bandWidth == shape.bandWidth &&
+                entry.shape.edgeBins == shape.edgeBins && entry.shape.tailBins == shape.tailBins &&
+                entry.trace == trace) {
+                return &entry.curve;
+            }
+        }
+        return nullptr;
+    }
+
+    void keep(const std::vector<int>& trace, int seconds, int sampleRate,
+              const BaselineShape& shape, const std::vector<double>& curve) {
+        if (entries_.size() == kKept) entries_.pop_front();
+        entries_.push_back({trace, seconds, sampleRate, shape, curve});
+    }
+
+private:
+    static constexpr size_t kKept = 4;
+    struct Entry {
+        std::vector<int> trace;
+        int seconds;
+        int sampleRate;
+        BaselineShape shape;
+        std::vector<double> curve;
+    };
+    std::deque<Entry> entries_;
+};
+
+}  // namespace
+
+std::vector<double> weightedModeBaseline(const std::vector<int>& trace, int seconds, int sampleRate,
+                                         const BaselineShape& shape) {
+    static RecentBaselines recent;
+    if (const std::vector<double>* known = recent.find(trace, seconds, sampleRate, shape)) {
+        return *known;
+    }
+    std::vector<double> curve = weightedModeBaselineLanes(trace, seconds, sampleRate, shape);
+    recent.keep(trace, seconds, sampleRate, shape, curve);
     return curve;
 }

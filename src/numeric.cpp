@@ -151,22 +151,47 @@ void moving_average(int window, const std::vector<int>& in, std::vector<int>& ou
     }
 }
 
-// The term k = i is never taken, so in[0] enters no output; the first 127
-// outputs are dropped (group delay) and both ends are padded by repetition.
+namespace {
+
+constexpr int kBlock = 8;
+typedef double Block
+    __attribute__((vector_size(kBlock * sizeof(double)), aligned(sizeof(double)), may_alias));
+
+// out[i - first] = the sum over all taps k, in tap order, of coeffslp[k] * in[i - k]
+// for every i in [first, n); kBlock neighbouring outputs are formed at once.
+__attribute__((target_clones("avx512f", "avx2", "default"))) void firOutputs(const double* in,
+                                                                             int first, int n,
+                                                                             double* out) {
+    int i = first;
+    for (; i + kBlock <= n; i += kBlock) {
+        Block acc = {};
+        for (int k = 0; k < kFilterTaps; ++k) {
+            acc = acc + coeffslp[k] * *reinterpret_cast<const Block*>(in + i - k);
+        }
+        *reinterpret_cast<Block*>(out + i - first) = acc;
+    }
+    for (; i < n; ++i) {
+        double acc = 0.0;
+        for (int k = 0; k < kFilterTaps; ++k) acc = acc + coeffslp[k] * in[i - k];
+        out[i - first] = acc;
+    }
+}
+
+}  // namespace
+
+// Output i sums the taps k < i only (so in[0] enters no output), outputs below
+// i = 127 are dropped for the group delay, and the head (i = 127 .. 252, whose
+// sums lack taps) is overwritten by output 253; the tail is padded with the
+// last output.
 void filterlp(const std::vector<double>& in, std::vector<double>& out) {
     out.clear();
     const int n = static_cast<int>(in.size());
     if (n < kFilterTaps + 1) return;
-    out.reserve(n);
-    double acc = 0.0;
-    for (int i = 0; i < n; ++i) {
-        acc = 0.0;
-        for (int k = 0; k < kFilterTaps && k < i; ++k) acc = acc + coeffslp[k] * in[i - k];
-        if (i >= kFilterDelay) out.push_back(acc);
-    }
-    const double head = out[kFilterDelay - 1];
-    for (int i = 0; i < kFilterDelay - 1; ++i) out[i] = head;
-    out.insert(out.end(), kFilterDelay, acc);
+    const int head = kFilterTaps - kFilterDelay;  // index of output 253
+    out.resize(n);
+    firOutputs(in.data(), kFilterTaps, n, out.data() + head);
+    std::fill(out.begin(), out.begin() + head, out[head]);
+    std::fill(out.end() - kFilterDelay, out.end(), out[n - 1 - kFilterDelay]);
 }
 
 int cmp(const void* a, const void* b) {

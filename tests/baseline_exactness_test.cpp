@@ -16,7 +16,7 @@ const BaselineShape kContraction{20, 100, 300};
 void expectSameBits(const std::vector<int>& trace, int seconds, int rate,
                     const BaselineShape& shape, const std::string& what) {
     const std::vector<double> plain = weightedModeBaselineReference(trace, seconds, rate, shape);
-    const std::vector<double> fast = weightedModeBaseline(trace, seconds, rate, shape);
+    const std::vector<double> fast = weightedModeBaselineLanes(trace, seconds, rate, shape);
     ASSERT_EQ(plain.size(), fast.size()) << what;
     for (size_t i = 0; i < plain.size(); ++i) {
         if (std::memcmp(&plain[i], &fast[i], sizeof(double)) != 0) {
@@ -71,6 +71,22 @@ TEST(BaselineExactness, ConstantAndShortTraces) {
             expectSameBits(trace, length / 4, 4, kContraction, "constant " + std::to_string(value));
         }
     }
+}
+
+TEST(BaselineExactness, RepeatedRequestsGiveTheSameCurve) {
+    std::mt19937 rng(11);
+    const std::vector<int> first = randomWalk(rng, 2400, 140, 50, 220, 40);
+    std::vector<int> second = first;
+    second[1200] += 1;
+    const std::vector<double> a = weightedModeBaseline(first, 600, 4, kHeartRate);
+    const std::vector<double> b = weightedModeBaseline(second, 600, 4, kHeartRate);
+    EXPECT_EQ(weightedModeBaseline(first, 600, 4, kHeartRate), a);
+    EXPECT_EQ(weightedModeBaseline(second, 600, 4, kHeartRate), b);
+    EXPECT_EQ(b, weightedModeBaselineLanes(second, 600, 4, kHeartRate));
+    EXPECT_EQ(weightedModeBaseline(first, 600, 4, kContraction),
+              weightedModeBaselineLanes(first, 600, 4, kContraction));
+    EXPECT_EQ(weightedModeBaseline(first, 599, 4, kHeartRate),
+              weightedModeBaselineLanes(first, 599, 4, kHeartRate));
 }
 
 TEST(BaselineExactness, ThreeHourRecording) {
