@@ -77,7 +77,8 @@ DetectorLimits detectorLimits(const std::vector<int>& fhr, const std::vector<dou
                               int rate, int spanSeconds, int spacingSeconds, int durationSeconds) {
     const int64_t r = rate;
     return {static_cast<int64_t>(std::min(fhr.size(), base.size())),
-            rate < 2 ? 30 : spanSeconds * r, spacingSeconds * r, durationSeconds * r, 15 * r};
+            rate < 2 ? 30 : spanSeconds * r, spacingSeconds * r, durationSeconds * r,
+            std::max<int64_t>(15 * r, 0)};
 }
 
 // Records one event when it lasts long enough.

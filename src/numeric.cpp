@@ -102,6 +102,7 @@ double sum(const std::vector<double>& values) {
 // A stepped range: start, start +- step, ... while within end, then end itself.
 // When the accumulated value lands exactly on end, end appears twice.  Spans whose
 // integer part is 0 give nothing, and so does a count below 1 (no meaningful step).
+// A step too small to move the value stops after count + 1 points.
 std::vector<double> linspace(double start, double end, int count) {
     std::vector<double> points;
     const double span = std::fabs(static_cast<double>(truncate_to_int(start - end)));
@@ -113,14 +114,14 @@ std::vector<double> linspace(double start, double end, int count) {
         do {
             points.push_back(x);
             x = x - step;
-        } while (x >= end);
+        } while (x >= end && points.size() <= static_cast<size_t>(count));
     } else {
         const double step = (end - start) / divisor;
         double x = start;
         do {
             points.push_back(x);
             x = x + step;
-        } while (x <= end);
+        } while (x <= end && points.size() <= static_cast<size_t>(count));
     }
     points.push_back(end);
     return points;
@@ -139,9 +140,10 @@ std::vector<int> makeRange(int first, int step, int last) {
 void moving_average(int window, const std::vector<int>& in, std::vector<int>& out) {
     out.clear();
     const int64_t n = static_cast<int64_t>(in.size());
-    const int64_t head = std::min<int64_t>(std::max(window - 1, 0), n);
+    const int64_t head =
+        std::min<int64_t>(std::max<int64_t>(static_cast<int64_t>(window) - 1, 0), n);
     out.insert(out.end(), in.begin(), in.begin() + head);
-    for (int64_t i = std::max(window - 1, 0); i < n; ++i) {
+    for (int64_t i = head; i < n; ++i) {
         // 32-bit signed sum with wrap-around, as the trace's int arithmetic gives.
         uint32_t total = 0;
         for (int64_t k = 0; k < kAverageSpan && i - k >= 0; ++k) {

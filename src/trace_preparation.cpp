@@ -62,8 +62,9 @@ void movementSegments(const std::vector<int>& p, int64_t clusterSpan, int64_t ma
 void bridge(std::vector<int>& r, int64_t s0, int64_t e0) {
     const int64_t n = e0 - s0;
     const int y0 = r[s0], y1 = r[e0];
-    const double slope = y1 > y0 ? static_cast<double>(y1 - y0) / static_cast<double>(n)
-                                 : static_cast<double>(y0 - y1) / static_cast<double>(n);
+    const double slope =
+        y1 > y0 ? static_cast<double>(static_cast<int64_t>(y1) - y0) / static_cast<double>(n)
+                : static_cast<double>(static_cast<int64_t>(y0) - y1) / static_cast<double>(n);
     for (int64_t t = 1; t < n; ++t) {
         if (y1 > y0) {
             r[s0 + t] = utils::round_double(y0 + static_cast<double>(t) * slope);
@@ -82,7 +83,7 @@ void bridge(std::vector<int>& r, int64_t s0, int64_t e0) {
 std::vector<int> QK4_CFhrAlgorithm::update_fhr(std::vector<int> trace, int fs,
                                                const std::vector<int>& movements, int div) const {
     if (movements.size() < 2 || div == 0) return trace;
-    const int64_t w = fs / div;
+    const int64_t w = static_cast<int64_t>(fs) / div;
     const int64_t length = static_cast<int64_t>(trace.size());
     std::vector<int64_t> starts, ends;
     movementSegments(movements, 90 * w, 30 * w, length, starts, ends);

@@ -36,6 +36,11 @@ void findPeaks(const std::vector<int>& x, std::vector<int>& pks, std::vector<int
 
 namespace {
 
+// 32-bit sum that wraps around instead of overflowing.
+int wrapAdd(int a, int b) {
+    return static_cast<int>(static_cast<unsigned>(a) + static_cast<unsigned>(b));
+}
+
 // Pushes the segments between n events [s, e]: before the first, between each
 // pair, after the last.  Nothing is clipped; overlapping events give segments
 // that end before they start, which the variability stage skips.
@@ -44,17 +49,17 @@ void gapsBetween(const std::vector<int>& s, const std::vector<int>& e, int lengt
     const size_t n = std::min(s.size(), e.size());
     if (n == 0) {
         segStarts.push_back(0);
-        segEnds.push_back(length - 1);
+        segEnds.push_back(wrapAdd(length, -1));
         return;
     }
     segStarts.push_back(0);
-    segEnds.push_back(s[0] - 1);
+    segEnds.push_back(wrapAdd(s[0], -1));
     for (size_t k = 0; k + 1 < n; ++k) {
-        segStarts.push_back(e[k] + 1);
-        segEnds.push_back(s[k + 1] - 1);
+        segStarts.push_back(wrapAdd(e[k], 1));
+        segEnds.push_back(wrapAdd(s[k + 1], -1));
     }
-    segStarts.push_back(e[n - 1] + 1);
-    segEnds.push_back(length - 1);
+    segStarts.push_back(wrapAdd(e[n - 1], 1));
+    segEnds.push_back(wrapAdd(length, -1));
 }
 
 }  // namespace
