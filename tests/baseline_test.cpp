@@ -1,264 +1,245 @@
-// Heart-rate baseline: the binning routine, the basal rate on a 5 bpm grid,
-// the flat curve and the weighted-mode baseline curve.
+// Baselines: the binning routine, the basal rate on a 5 bpm grid, the flat
+// curve, and the weighted-mode curves of the heart-rate and contraction traces
+// (one scheme in two shapes), bit for bit against a direct rendering.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+#include <cstring>
 #include <random>
 #include <vector>
 
 #include "algorithm.h"
+#include "test_support.h"
 #include "utils.h"
 
 namespace {
 
-std::vector<int> histogram(const std::vector<int>& data, const std::vector<int>& edges) {
-    std::vector<int> counts;
+using Ints = std::vector<int>;
+using Doubles = std::vector<double>;
+
+const BaselineShape kHeartRate{10, 300, 300};
+const BaselineShape kContraction{20, 100, 300};
+
+Ints histogram(const Ints& data, const Ints& edges) {
+    Ints counts;
     utils::hist(data, edges, counts);
     return counts;
 }
 
-std::vector<int> repeated(std::initializer_list<std::pair<int, int>> valueCounts) {
-    std::vector<int> trace;
+Ints repeated(std::initializer_list<std::pair<int, int>> valueCounts) {
+    Ints trace;
     for (const auto& [value, count] : valueCounts) trace.insert(trace.end(), count, value);
     return trace;
 }
 
-// --- an independent model of the baseline curve --------------------------------
+// --- a direct rendering of the weighted-mode baseline -------------------------
 //
-// Written directly from the algorithm: one fresh histogram per output sample,
-// the weights of the look-back and look-ahead profile assigned by region, and
-// a plain search for the first densest 10-bin band.
+// One fresh histogram per output sample; the look-back weights rise as
+// exp(0 .. 5) / e^5 and the look-ahead weights fall as exp(2 .. 0.1) / e^2;
+// then the weighted mean value of the first densest band of bins.
 
-std::vector<double> steppedRange(double start, double end, int count) {
-    std::vector<double> points;
-    if (count < 1 || 1e-6 > std::fabs(static_cast<double>(static_cast<int>(start - end)))) {
-        return points;
-    }
-    const double step = std::fabs(end - start) / static_cast<double>(count - 1);
-    double x = start;
-    do {
+// start, start +- step, ... while within end, then end itself.
+Doubles steppedRange(double start, double end, int count) {
+    Doubles points;
+    if (count < 1 || std::fabs(start - end) < 1.0) return points;
+    const double step = std::fabs(end - start) / (count - 1);
+    for (double x = start; start > end ? x >= end : x <= end; x += start > end ? -step : step) {
         points.push_back(x);
-        x = start > end ? x - step : x + step;
-    } while (start > end ? x >= end : x <= end);
+    }
     points.push_back(end);
     return points;
 }
 
-struct Window {
-    int ahead = 0;
-    int behind = 0;
-    std::vector<double> weights;
-};
-
-Window window(int length, int seconds, int rate) {
-    Window w;
-    const double period = 1.0 / rate;
-    w.ahead = static_cast<int>(seconds / 60.0 * 0.5 * (60.0 / period));
-    w.behind = std::min(length - w.ahead - 1,
-                        static_cast<int>((seconds / 60) * 0.5 * (60.0 / period)));
-    for (double a : steppedRange(0.0, 5.0, w.behind)) {
-        w.weights.push_back(std::exp(a) / 148.4131591025766);
-    }
-    const auto fall = steppedRange(2.0, 0.1, w.ahead + 1);
-    for (std::size_t k = 1; k < fall.size(); ++k) {
-        w.weights.push_back(std::exp(fall[k]) / 7.38905609893065);
-    }
-    return w;
-}
-
-double densestBandMean(const std::array<double, 300>& bins) {
+// The two highest bins never fall inside a band.
+double densestBandMean(const Doubles& bins, int width) {
     double best = 0.0;
     int bestBand = -1;
-    for (int t = 0; t <= 288; ++t) {
+    for (int t = 0; t + width + 1 < static_cast<int>(bins.size()); ++t) {
         double total = bins[t];
-        for (int m = 1; m < 10; ++m) total += bins[t + m];
+        for (int m = 1; m < width; ++m) total = total + bins[t + m];
         if (total > best) {
             best = total;
             bestBand = t;
         }
     }
-    if (bestBand < 0) return 0.0;
-    double weighted = 0.0;
-    for (int m = 0; m < 10; ++m) weighted += (bestBand + 1 + m) * bins[bestBand + m];
-    return weighted / best;
+    double moment = 0.0;
+    for (int m = 0; bestBand >= 0 && m < width; ++m) {
+        moment = moment + (bestBand + 1 + m) * bins[bestBand + m];
+    }
+    return bestBand < 0 ? 0.0 : moment / best;
 }
 
-std::vector<double> modelBaseline(const std::vector<int>& trace, int seconds, int rate) {
+Doubles renderBaseline(const Ints& trace, int seconds, int rate, const BaselineShape& shape) {
     const int n = static_cast<int>(trace.size());
-    std::vector<double> curve(n, 0.0);
-    const Window w = window(n, seconds, rate);
-    if (w.ahead < 1 || w.behind < 1) return curve;
-    const int weightCount = static_cast<int>(w.weights.size());
-    const int middleEnd = n - w.ahead;
+    Doubles curve(n, 0.0);
+    const double perMinute = 60.0 / (1.0 / rate);
+    const int ahead = static_cast<int>(seconds / 60.0 * 0.5 * perMinute);
+    const int behind = std::min(n - ahead - 1, static_cast<int>((seconds / 60) * 0.5 * perMinute));
+    if (ahead < 1 || behind < 1) return curve;
+    Doubles weights;
+    for (double a : steppedRange(0.0, 5.0, behind))
+        weights.push_back(std::exp(a) / 148.4131591025766);
+    const Doubles falling = steppedRange(2.0, 0.1, ahead + 1);
+    for (size_t k = 1; k < falling.size(); ++k) {
+        weights.push_back(std::exp(falling[k]) / 7.38905609893065);
+    }
+    const int size = static_cast<int>(weights.size());
     for (int i = 0; i < n; ++i) {
-        std::array<double, 300> bins{};
-        auto add = [&](int j, int weightIndex) {
-            EXPECT_TRUE(weightIndex >= 0 && weightIndex < weightCount) << i << " " << j;
-            const int value = trace[j];
-            if (value >= 1 && value <= 300) bins[value - 1] += w.weights.at(weightIndex);
-        };
-        if (i < w.behind - 1) {
-            const int firstWeight = weightCount - (w.ahead + 2 + i);
-            for (int j = 0; j <= w.ahead + i; ++j) add(j, firstWeight + j);
-        } else {
-            const int last = i < middleEnd ? i + w.ahead : n - 1;
-            for (int j = i - w.behind + 1; j <= last; ++j) add(j, j - i + w.behind - 1);
+        // Start region: samples 0 .. i + ahead with the profile's last weights;
+        // middle: i - behind + 1 .. i + ahead; end: i - behind + 1 .. n - 1 on the tail histogram.
+        const bool start = i < behind - 1, end = i >= n - ahead;
+        Doubles bins(end ? shape.tailBins : shape.edgeBins, 0.0);
+        const int first = start ? 0 : i - behind + 1;
+        const int firstWeight = start ? size - (ahead + 2 + i) : 0;
+        for (int j = first; j <= (end ? n - 1 : i + ahead); ++j) {
+            const int k = firstWeight + j - first, value = trace[j];
+            if (k >= 0 && k < size && value >= 1 && value <= static_cast<int>(bins.size())) {
+                bins[value - 1] += weights[k];
+            }
         }
-        curve[i] = densestBandMean(bins);
+        curve[i] = densestBandMean(bins, shape.bandWidth);
     }
     return curve;
 }
 
-std::vector<int> randomWalk(int length, unsigned seed) {
-    std::mt19937 rng(seed);
-    std::uniform_int_distribution<int> step(-3, 3);
-    std::uniform_int_distribution<int> burst(0, 99);
-    std::vector<int> trace(length);
-    int value = 140;
-    for (auto& sample : trace) {
-        value = std::clamp(value + step(rng), 60, 210);
-        // Occasional short excursions, as accelerations and decelerations make.
-        sample = burst(rng) < 3 ? std::clamp(value + 25 * step(rng), 60, 210) : value;
+// A walk of small steps with occasional jumps anywhere in [low, high].
+Ints randomWalk(std::mt19937& rng, int length, int start, int low, int high) {
+    Ints trace(length);
+    int value = start;
+    for (int& sample : trace) {
+        value = std::clamp(value + static_cast<int>(rng() % 7) - 3, low, high);
+        sample = rng() % 30 == 0 ? low + static_cast<int>(rng() % (high - low + 1)) : value;
     }
     return trace;
 }
 
-class FhrBaseline : public testing::Test {
-protected:
-    std::vector<double> curve(const std::vector<int>& trace, int rate) {
-        analyser.setSampleRate(rate);
-        return analyser.fhr_baseline(trace, static_cast<int>(trace.size()) / rate);
-    }
-    QK4_CFhrAlgorithm analyser;
-};
-
-void expectSameBits(const std::vector<double>& actual, const std::vector<double>& expected) {
-    ASSERT_EQ(actual.size(), expected.size());
-    for (std::size_t i = 0; i < actual.size(); ++i) {
-        ASSERT_EQ(actual[i], expected[i]) << "first difference at sample " << i;
+void expectSameBits(const Doubles& actual, const Doubles& expected, const std::string& what) {
+    ASSERT_EQ(actual.size(), expected.size()) << what;
+    for (size_t i = 0; i < actual.size(); ++i) {
+        if (std::memcmp(&actual[i], &expected[i], sizeof(double)) != 0) {
+            FAIL() << what << ": sample " << i << " is " << actual[i] << ", expected "
+                   << expected[i];
+        }
     }
 }
 
 }  // namespace
 
-// --- binning -----------------------------------------------------------------------
-
-TEST(Hist, BinsAreCentredOnTheEdges) {
+TEST(Hist, BinsAreCentredOnTheEdgesAndAppended) {
     // 68 lies above the last midpoint 67.5 and is counted nowhere.
-    EXPECT_EQ(histogram({68, 63, 10, 67, 62}, {60, 65, 70}), (std::vector<int>{2, 2}));
-}
-
-TEST(Hist, ValueOnAMidpointGoesToTheLowerBin) {
-    EXPECT_EQ(histogram({62, 67, 63, 68}, {60, 64, 70}), (std::vector<int>{1, 2}));
-}
-
-TEST(Hist, AppendsOneCountPerBin) {
-    std::vector<int> counts{9};
+    EXPECT_EQ(histogram({68, 63, 10, 67, 62}, {60, 65, 70}), (Ints{2, 2}));
+    EXPECT_EQ(histogram({62, 67, 63, 68}, {60, 64, 70}), (Ints{1, 2}));  // a midpoint goes down
+    Ints counts{9};
     utils::hist({}, {60, 65, 70, 75}, counts);
-    EXPECT_EQ(counts, (std::vector<int>{9, 0, 0, 0}));
     utils::hist({100}, {60}, counts);
-    EXPECT_EQ(counts.size(), 4u);
+    EXPECT_EQ(counts, (Ints{9, 0, 0, 0}));
 }
 
-// --- basal rate ---------------------------------------------------------------------
-
-TEST(BasalFhr, MostFrequentRateOnAFiveBpmGrid) {
-    QK4_CFhrAlgorithm analyser;
-    EXPECT_EQ(analyser.basal_fhr(std::vector<int>(100, 142)), 140);
-    EXPECT_EQ(analyser.basal_fhr(std::vector<int>(100, 143)), 145);
-    EXPECT_EQ(analyser.basal_fhr(std::vector<int>(100, 207)), 205);
-    EXPECT_EQ(analyser.basal_fhr(repeated({{150, 10}, {140, 9}})), 150);
+TEST(BasalFhr, MostFrequentRateOnAFiveBpmGridLowestOnATie) {
+    // clang-format off
+    const std::pair<Ints, int> cases[] = {
+        {Ints(100, 142), 140},
+        {Ints(100, 143), 145},
+        {Ints(100, 207), 205},
+        {repeated({{150, 10}, {140, 9}}), 150},
+        {repeated({{150, 50}, {140, 50}}), 140},
+        {repeated({{180, 5}, {120, 5}, {150, 5}}), 120},
+        {Ints(100, 208), 60},  // above 207.5: counted nowhere
+        {repeated({{30, 10}, {100, 9}}), 60},  // below 62.5: the first bin
+        {{}, 60},
+    };
+    // clang-format on
+    const QK4_CFhrAlgorithm analyser;
+    for (const auto& [trace, rate] : cases) {
+        EXPECT_EQ(analyser.basal_fhr(trace), rate) << testing::PrintToString(trace);
+    }
 }
-
-TEST(BasalFhr, TiesGoToTheLowestBin) {
-    QK4_CFhrAlgorithm analyser;
-    EXPECT_EQ(analyser.basal_fhr(repeated({{150, 50}, {140, 50}})), 140);
-    EXPECT_EQ(analyser.basal_fhr(repeated({{180, 5}, {120, 5}, {150, 5}})), 120);
-}
-
-TEST(BasalFhr, RatesOutsideTheGrid) {
-    QK4_CFhrAlgorithm analyser;
-    EXPECT_EQ(analyser.basal_fhr(std::vector<int>(100, 210)), 60);  // above 207.5: not counted
-    EXPECT_EQ(analyser.basal_fhr(std::vector<int>(100, 208)), 60);
-    EXPECT_EQ(analyser.basal_fhr(repeated({{30, 10}, {100, 9}})), 60);  // below 62.5: first bin
-    EXPECT_EQ(analyser.basal_fhr({}), 60);
-}
-
-// --- flat curve -------------------------------------------------------------------------
 
 TEST(FhrBasalline, OneValuePerSampleOfTheRun) {
     QK4_CFhrAlgorithm analyser;
     analyser.setSampleRate(4);
     analyser.setDurationSeconds(1200);
-    EXPECT_EQ(analyser.fhr_basalline(140), std::vector<double>(4800, 140.0));
+    EXPECT_EQ(analyser.fhr_basalline(140), Doubles(4800, 140.0));
     analyser.setDurationSeconds(0);
     EXPECT_TRUE(analyser.fhr_basalline(140).empty());
 }
 
-// --- baseline curve -----------------------------------------------------------------------
-
-TEST_F(FhrBaseline, ConstantTraceGivesItsValue) {
-    for (int rate : {1, 2, 4}) {
-        for (int value : {1, 60, 143, 210, 298}) {
-            const std::vector<int> trace(150 * rate, value);
-            const auto result = curve(trace, rate);
-            ASSERT_EQ(result.size(), trace.size());
-            for (std::size_t i = 0; i < result.size(); ++i) {
-                ASSERT_DOUBLE_EQ(result[i], value) << "rate " << rate << " sample " << i;
-            }
-            expectSameBits(result, modelBaseline(trace, 150, rate));
-        }
-    }
-}
-
-TEST_F(FhrBaseline, WritesTheSamplePeriod) {
-    curve(std::vector<int>(480, 140), 4);
+TEST(WeightedModeBaseline, FlatTracesAndTheContractionHistogramSizes) {
+    QK4_CFhrAlgorithm analyser;
+    analyser.setSampleRate(4);
+    const Doubles flat = analyser.fhr_baseline(Ints(600, 143), 150);
     EXPECT_EQ(analyser.getSamplePeriod(), 0.25);
-}
-
-TEST_F(FhrBaseline, RatesOutsideEveryBandGiveZero) {
-    // 299 and 300 bpm are binned but lie in no band; other values are skipped.
-    for (int value : {299, 300, 301, 0, -20}) {
-        EXPECT_EQ(curve(std::vector<int>(240, value), 2), std::vector<double>(240, 0.0)) << value;
+    for (double value : flat) ASSERT_DOUBLE_EQ(value, 143.0);
+    // 90 s at 4 Hz looks 180 samples ahead: the end region from 420 on has 300
+    // bins, the others 100, of which the top two lie in no band.
+    for (int value : {99, 100}) {
+        const Doubles base = analyser.uc_baseline(Ints(600, value), 90);
+        for (int i = 0; i < 600; ++i) ASSERT_DOUBLE_EQ(base[i], i < 420 ? 0.0 : value) << i;
     }
+    EXPECT_EQ(analyser.fhr_baseline(Ints(240, 300), 60), Doubles(240, 0.0));
 }
 
-TEST_F(FhrBaseline, OutOfRangeSamplesAreIgnored) {
-    std::vector<int> trace = randomWalk(360, 7);
-    for (int i = 5; i < 360; i += 37) trace[i] = (i % 2) ? 0 : 305;
-    trace[100] = 300;
-    trace[101] = 299;
-    expectSameBits(curve(trace, 2), modelBaseline(trace, 180, 2));
-}
-
-TEST_F(FhrBaseline, TracesShorterThanAMinuteGiveZeros) {
-    EXPECT_EQ(curve(std::vector<int>(236, 140), 4), std::vector<double>(236, 0.0));
-    EXPECT_EQ(curve(std::vector<int>(30, 140), 1), std::vector<double>(30, 0.0));
-    EXPECT_TRUE(curve({}, 4).empty());
-}
-
-TEST_F(FhrBaseline, MatchesTheModelOnRandomWalks) {
-    // The durations give middle regions from 2 to about 120 samples long.
-    unsigned seed = 1;
-    for (int rate : {1, 2, 4}) {
-        for (int seconds : {60, 90, 110, 119, 150, 170, 180}) {
-            const std::vector<int> trace = randomWalk(seconds * rate, seed++);
-            SCOPED_TRACE(testing::Message() << "rate " << rate << ", " << seconds << " s");
-            const auto result = curve(trace, rate);
-            EXPECT_GE(*std::min_element(result.begin(), result.end()), 60.0);
-            expectSameBits(result, modelBaseline(trace, seconds, rate));
+// Each request is followed by requests for the same trace in the other shape,
+// with another window and with one sample changed, so a reused curve must
+// belong to exactly the same request.
+TEST(WeightedModeBaseline, StagesAndTheWrittenFormMatchTheRenderingOnRandomTraces) {
+    struct Case {
+        int rate, length, seconds, low, high;
+    };
+    // Middle regions from none to several lane groups long, look-backs limited
+    // by the length, windows of whole and partial minutes, and values at and
+    // beyond both histogram sizes.
+    // clang-format off
+    const Case cases[] = {
+        {1, 60, 60, 50, 220},     {2, 120, 60, 50, 220},    {4, 236, 59, 50, 220},
+        {4, 240, 60, 1, 120},     {4, 403, 100, 50, 220},   {1, 182, 90, 1, 120},
+        {2, 340, 170, 60, 210},   {4, 476, 119, 60, 210},   {4, 600, 150, -5, 310},
+        {4, 600, 90, 90, 110},    {4, 1200, 300, 0, 120},   {4, 1500, 340, 280, 305},
+        {1, 700, 180, 1, 300},    {4, 2600, 650, 60, 210},  {2, 1800, 600, -5, 310},
+        {4, 0, 0, 50, 220},
+    };
+    // clang-format on
+    std::mt19937 rng(20261121);
+    QK4_CFhrAlgorithm analyser;
+    for (const Case& c : cases) {
+        analyser.setSampleRate(c.rate);
+        Ints trace = randomWalk(rng, c.length, (c.low + c.high) / 2, c.low, c.high);
+        const std::string what = std::to_string(c.length) + " samples at " +
+                                 std::to_string(c.rate) + " Hz, " + std::to_string(c.seconds) +
+                                 " s";
+        for (int seconds : {c.seconds, c.seconds - 7}) {
+            const Doubles heartRate = renderBaseline(trace, seconds, c.rate, kHeartRate);
+            const Doubles toco = renderBaseline(trace, seconds, c.rate, kContraction);
+            expectSameBits(analyser.fhr_baseline(trace, seconds), heartRate, what);
+            expectSameBits(analyser.uc_baseline(trace, seconds), toco, what + ", toco");
+            // The library's written form too (the fast form's fallback).
+            expectSameBits(weightedModeBaselineReference(trace, seconds, c.rate, kHeartRate),
+                           heartRate, what + ", written form");
+            expectSameBits(weightedModeBaselineReference(trace, seconds, c.rate, kContraction),
+                           toco, what + ", toco, written form");
         }
+        if (trace.empty()) continue;
+        trace[c.length / 2] += 1;
+        expectSameBits(analyser.fhr_baseline(trace, c.seconds),
+                       renderBaseline(trace, c.seconds, c.rate, kHeartRate), what + ", changed");
     }
 }
 
-TEST_F(FhrBaseline, MatchesTheModelWhenTheLengthIsNotWholeSeconds) {
-    const std::vector<int> trace = randomWalk(4 * 100 + 3, 99);
-    expectSameBits(curve(trace, 4), modelBaseline(trace, 100, 4));
-}
-
-TEST_F(FhrBaseline, MatchesTheModelOnALongerTrace) {
-    const std::vector<int> trace = randomWalk(4 * 650, 2024);
-    expectSameBits(curve(trace, 4), modelBaseline(trace, 650, 4));
+// The fast form against the library's written form on every research
+// recording (both heart-rate channels and the toco channel).
+TEST(WeightedModeBaseline, FastFormMatchesTheWrittenFormOnResearchRecordings) {
+    if (testing_support::dataDir().empty()) GTEST_SKIP() << "research recordings not present";
+    auto check = [](const Ints& trace, const BaselineShape& shape, const std::string& name) {
+        const int seconds = static_cast<int>(trace.size()) / 4;
+        expectSameBits(weightedModeBaselineLanes(trace, seconds, 4, shape),
+                       weightedModeBaselineReference(trace, seconds, 4, shape), name);
+    };
+    for (const auto& rec : testing_support::researchRecordings()) {
+        check(rec.fhr, kHeartRate, rec.name);
+        check(rec.uc, kContraction, rec.name + " toco");
+    }
+    for (const auto& rec : testing_support::researchRecordings("train/fhrmax")) {
+        check(rec.fhr, kHeartRate, rec.name + " channel maximum");
+    }
 }

@@ -2,6 +2,7 @@
 // 300-second dead time and the single-movement tail scan.
 #include <gtest/gtest.h>
 
+#include <utility>
 #include <vector>
 
 #include "algorithm.h"
@@ -11,125 +12,74 @@ namespace {
 constexpr int kEveryMark = 4;
 constexpr int kOtherMark = 8;
 
-struct Movements {
-    std::vector<int> positions;
-    int count = -7;
-    std::vector<int> cleared{99};
-    int total = -7;
-};
-
-class CalFm : public testing::Test {
-protected:
-    void setMode(int mode) {
-        QK4_FhrParameter parameters = analyser.getParameter();
-        parameters.fmMode = mode;
-        analyser.setParameter(parameters);
-    }
-
-    Movements count(const std::vector<int>& marks, int sampleRate = 4, int marksPerSecond = 1) {
-        Movements found;
-        found.positions = {-1, -2};
-        analyser.cal_fm(sampleRate, marks, marksPerSecond, found.positions, found.count,
-                        found.cleared, found.total);
-        EXPECT_EQ(found.total, found.count);
-        EXPECT_TRUE(found.cleared.empty());
-        EXPECT_EQ(found.count, static_cast<int>(found.positions.size()));
-        return found;
-    }
-
-    std::vector<int> positions(const std::vector<int>& marks, int sampleRate = 4,
-                               int marksPerSecond = 1) {
-        return count(marks, sampleRate, marksPerSecond).positions;
-    }
-
-    // A channel of the given length with the given words at the given seconds.
-    static std::vector<int> channel(int length, const std::vector<std::pair<int, int>>& words) {
-        std::vector<int> marks(length, 0);
-        for (const auto& [second, word] : words) marks[second] = word;
-        return marks;
-    }
-
-    QK4_CFhrAlgorithm analyser;
-};
+// A channel of the given length with the given words at the given seconds.
+std::vector<int> channel(int length, const std::vector<std::pair<int, int>>& words) {
+    std::vector<int> marks(length, 0);
+    for (const auto& [second, word] : words) marks[second] = word;
+    return marks;
+}
 
 }  // namespace
 
-TEST_F(CalFm, MarkEverySecondCountsOncePerFiveMinutesPlusTheTail) {
-    const auto found = count(std::vector<int>(1200, kEveryMark), 4);
-    EXPECT_EQ(found.count, 4);
-    EXPECT_EQ(found.positions, (std::vector<int>{0, 1200, 2400, 3600}));
-}
-
-TEST_F(CalFm, EmptyChannelGivesNothing) {
-    EXPECT_EQ(count(std::vector<int>(1200, 0)).count, 0);
-    EXPECT_EQ(count({}).count, 0);
-}
-
-TEST_F(CalFm, LastWordBeforeTheTailIsNeverExamined) {
-    EXPECT_TRUE(positions(channel(1200, {{899, kEveryMark}})).empty());
-    EXPECT_EQ(positions(channel(1200, {{898, kEveryMark}})), std::vector<int>{898 * 4});
-    EXPECT_EQ(positions(channel(1200, {{900, kEveryMark}})), std::vector<int>{900 * 4});
-}
-
-TEST_F(CalFm, MainScanTestsTheModeMask) {
-    const auto marks = channel(1200, {{100, kEveryMark}, {500, kOtherMark}});
-    setMode(1);
-    EXPECT_EQ(positions(marks, 1), std::vector<int>{100});
-    setMode(0);
-    EXPECT_EQ(positions(marks, 1), std::vector<int>{500});
-    setMode(2);
-    EXPECT_EQ(positions(marks, 1), (std::vector<int>{100, 500}));
-
-    setMode(1);
-    EXPECT_EQ(positions(channel(1200, {{100, 12}, {500, 5}}), 1), (std::vector<int>{100, 500}));
-    EXPECT_TRUE(positions(channel(1200, {{100, 1}, {200, 2}, {300, 16}}), 1).empty());
-}
-
-TEST_F(CalFm, TailTakesOnlyExactWordsWhateverTheMode) {
-    setMode(0);
-    EXPECT_EQ(positions(channel(1200, {{100, kEveryMark}, {1000, kEveryMark}}), 1),
-              std::vector<int>{1000});
-    setMode(1);
-    EXPECT_EQ(positions(channel(1200, {{1000, kOtherMark}}), 1), std::vector<int>{1000});
-    for (int mode : {0, 1, 2}) {
-        setMode(mode);
-        EXPECT_TRUE(positions(channel(1200, {{950, 12}, {1100, 5}}), 1).empty()) << mode;
+TEST(CalFm, DeadTimeModeMaskAndTailScan) {
+    struct Case {
+        const char* what;
+        std::vector<int> marks;
+        int mode, sampleRate, marksPerSecond;
+        std::vector<int> positions;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {"a mark every second", std::vector<int>(1200, kEveryMark), 1, 4, 1, {0, 1200, 2400, 3600}},
+        {"no marks", std::vector<int>(1200, 0), 1, 4, 1, {}},
+        {"empty channel", {}, 1, 4, 1, {}},
+        // The word at n - 300 - 1 is never examined; the tail starts at n - 300.
+        {"word 899 of 1200", channel(1200, {{899, kEveryMark}}), 1, 4, 1, {}},
+        {"word 898 of 1200", channel(1200, {{898, kEveryMark}}), 1, 4, 1, {898 * 4}},
+        {"word 900 of 1200", channel(1200, {{900, kEveryMark}}), 1, 4, 1, {900 * 4}},
+        // The main scan tests the mode's bits: 4 (mode 1), 8 (mode 0) or either (2).
+        {"mode 1", channel(1200, {{100, kEveryMark}, {500, kOtherMark}}), 1, 1, 1, {100}},
+        {"mode 0", channel(1200, {{100, kEveryMark}, {500, kOtherMark}}), 0, 1, 1, {500}},
+        {"mode 2", channel(1200, {{100, kEveryMark}, {500, kOtherMark}}), 2, 1, 1, {100, 500}},
+        {"mode 1, other bits", channel(1200, {{100, 12}, {500, 5}}), 1, 1, 1, {100, 500}},
+        {"mode 1, no bit 4", channel(1200, {{100, 1}, {200, 2}, {300, 16}}), 1, 1, 1, {}},
+        // The tail takes only words exactly 4 or 8, whatever the mode, and at most one.
+        {"tail, mode 0", channel(1200, {{100, kEveryMark}, {1000, kEveryMark}}), 0, 1, 1, {1000}},
+        {"tail, mode 1", channel(1200, {{1000, kOtherMark}}), 1, 1, 1, {1000}},
+        {"tail, mixed words", channel(1200, {{950, 12}, {1100, 5}}), 2, 1, 1, {}},
+        {"tail, two marks", channel(1200, {{950, kEveryMark}, {1100, kEveryMark}}), 1, 1, 1, {950}},
+        // 850 clears 851 .. 1149, so the tail finds 1160, not 1000.
+        {"dead time into the tail",
+         channel(1200, {{850, kEveryMark}, {1000, kEveryMark}, {1160, kEveryMark}}), 1, 2, 1,
+         {1700, 2320}},
+        {"299 and 300 s later",
+         channel(1200, {{100, kEveryMark}, {399, kEveryMark}, {400, kEveryMark}}), 1, 1, 1,
+         {100, 400}},
+        {"exactly the dead time long", channel(300, {{10, kEveryMark}, {20, kOtherMark}}), 1, 4, 1,
+         {40}},
+        {"shorter than the dead time", channel(100, {{50, kOtherMark}, {70, kEveryMark}}), 1, 4, 1,
+         {200}},
+        {"one word", channel(1, {{0, kEveryMark}}), 1, 4, 1, {0}},
+        // 301 words: no main scan, and the tail starts at word 1.
+        {"301 words", channel(301, {{0, kEveryMark}}), 1, 4, 1, {}},
+        {"302 words", channel(302, {{0, kEveryMark}}), 1, 4, 1, {0}},
+        // Two words per second: a dead time of 600 words, positions scaled by 5 / 2.
+        {"two words a second",
+         channel(1000, {{100, kEveryMark}, {699, kEveryMark}, {700, kEveryMark}}), 1, 5, 2,
+         {200, 1400}},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        QK4_CFhrAlgorithm analyser;
+        QK4_FhrParameter parameters = analyser.getParameter();
+        parameters.fmMode = c.mode;
+        analyser.setParameter(parameters);
+        std::vector<int> positions{-1, -2}, cleared{99};
+        int count = -7, total = -7;
+        analyser.cal_fm(c.sampleRate, c.marks, c.marksPerSecond, positions, count, cleared, total);
+        EXPECT_EQ(positions, c.positions) << c.what;
+        EXPECT_EQ(count, static_cast<int>(c.positions.size())) << c.what;
+        EXPECT_EQ(total, count);
+        EXPECT_TRUE(cleared.empty());
     }
-}
-
-TEST_F(CalFm, TailYieldsAtMostOneMovement) {
-    EXPECT_EQ(positions(channel(1200, {{950, kEveryMark}, {1100, kEveryMark}}), 1),
-              std::vector<int>{950});
-}
-
-TEST_F(CalFm, DeadTimeReachesIntoTheTail) {
-    // 850 clears 851 .. 1149, so the tail finds 1160 and not 1000.
-    const auto marks = channel(1200, {{850, kEveryMark}, {1000, kEveryMark}, {1160, kEveryMark}});
-    EXPECT_EQ(positions(marks, 2), (std::vector<int>{1700, 2320}));
-    // The word 299 seconds later is cleared, the one 300 seconds later counts.
-    EXPECT_EQ(positions(channel(1200, {{100, kEveryMark}, {399, kEveryMark}, {400, kEveryMark}}), 1),
-              (std::vector<int>{100, 400}));
-}
-
-TEST_F(CalFm, ChannelOfExactlyTheDeadTimeIsOneTail) {
-    const auto found = count(channel(300, {{10, kEveryMark}, {20, kOtherMark}}), 4);
-    EXPECT_EQ(found.positions, std::vector<int>{40});
-}
-
-TEST_F(CalFm, ShortChannelIsScannedAsATailFromTheFirstWord) {
-    EXPECT_EQ(positions(channel(100, {{50, kOtherMark}, {70, kEveryMark}}), 4),
-              std::vector<int>{200});
-    EXPECT_EQ(positions(channel(1, {{0, kEveryMark}}), 4), std::vector<int>{0});
-}
-
-TEST_F(CalFm, FirstWordIsLostWhenTheChannelIsOneWordLongerThanTheTail) {
-    // 301 words: no main scan, and the tail starts at word 1.
-    EXPECT_TRUE(positions(channel(301, {{0, kEveryMark}})).empty());
-    EXPECT_EQ(positions(channel(302, {{0, kEveryMark}})), std::vector<int>{0});
-}
-
-TEST_F(CalFm, SeveralWordsPerSecond) {
-    // Two words per second: a dead time of 600 words, positions scaled by 5 / 2 = 2.
-    const auto marks = channel(1000, {{100, kEveryMark}, {699, kEveryMark}, {700, kEveryMark}});
-    EXPECT_EQ(positions(marks, 5, 2), (std::vector<int>{200, 1400}));
 }

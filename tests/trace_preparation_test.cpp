@@ -9,18 +9,13 @@
 
 namespace {
 
+using Ints = std::vector<int>;
+
 // A trace that changes at every sample, so any bridged stretch shows.
-std::vector<int> zigzag(int length) {
-    std::vector<int> trace(length);
+Ints zigzag(int length) {
+    Ints trace(length);
     for (int i = 0; i < length; ++i) trace[i] = 120 + (i * 7) % 31;
     return trace;
-}
-
-// Value of a bridge from y0 (at offset 0) to y1 (at offset n) at offset t.
-int bridgeValue(int y0, int y1, int n, int t) {
-    if (y1 > y0) return static_cast<int>(std::lround(y0 + t * (static_cast<double>(y1 - y0) / n)));
-    if (y1 < y0) return static_cast<int>(std::lround(y0 - t * (static_cast<double>(y0 - y1) / n)));
-    return y0;
 }
 
 struct Segment {
@@ -28,174 +23,131 @@ struct Segment {
     int end;
 };
 
-// The original trace with every segment bridged in order, end points kept.
-std::vector<int> bridged(std::vector<int> trace, const std::vector<Segment>& segments) {
+// The trace with every segment replaced, inside its end points, by the rounded
+// straight line between them.
+Ints bridged(Ints trace, const std::vector<Segment>& segments) {
     for (const auto& [start, end] : segments) {
-        const int n = end - start;
-        for (int t = 1; t < n; ++t) trace[start + t] = bridgeValue(trace[start], trace[end], n, t);
+        const int n = end - start, y0 = trace[start], y1 = trace[end];
+        for (int t = 1; t < n; ++t) {
+            trace[start + t] = static_cast<int>(std::lround(y0 + t * (double(y1 - y0) / n)));
+        }
     }
     return trace;
 }
 
-class UpdateFhr : public testing::Test {
-protected:
-    std::vector<int> run(const std::vector<int>& trace, const std::vector<int>& movements,
-                         int fs = 4, int div = 1) const {
-        return analyser.update_fhr(trace, fs, movements, div);
-    }
-    QK4_CFhrAlgorithm analyser;
-    const std::vector<int> trace = zigzag(3000);
-};
-
 }  // namespace
 
-// --- range filter ----------------------------------------------------------------
-
 TEST(ExtremePointFilter, InvalidSamplesTakeTheLastValidValue) {
-    QK4_CFhrAlgorithm analyser;
-    std::vector<int> trace{0, 59, 100, 211, 250, 60, 210, 300, -5, 0, 140};
-    EXPECT_EQ(analyser.extremePointFilter(trace), 0);
-    EXPECT_EQ(trace, (std::vector<int>{100, 100, 100, 100, 100, 60, 210, 210, 210, 210, 140}));
+    struct Case {
+        Ints trace;
+        int result;
+        Ints expected;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {{0, 59, 100, 211, 250, 60, 210, 300, -5, 0, 140},
+         0,
+         {100, 100, 100, 100, 100, 60, 210, 210, 210, 210, 140}},
+        {{0, 0, 0, 210}, 0, {210, 210, 210, 210}},
+        {{60}, 0, {60}},
+        {{}, 0, {}},
+        // Without a valid sample the trace is reported and kept.
+        {{59, 211, 0, 400}, -1, {59, 211, 0, 400}},
+        {{20}, -1, {20}},
+    };
+    // clang-format on
+    const QK4_CFhrAlgorithm analyser;
+    for (const Case& c : cases) {
+        Ints trace = c.trace;
+        EXPECT_EQ(analyser.extremePointFilter(trace), c.result) << testing::PrintToString(c.trace);
+        EXPECT_EQ(trace, c.expected);
+    }
 }
 
-TEST(ExtremePointFilter, TraceWithoutValidSampleIsReportedAndKept) {
-    QK4_CFhrAlgorithm analyser;
-    std::vector<int> zeros(50, 0);
-    EXPECT_EQ(analyser.extremePointFilter(zeros), -1);
-    EXPECT_EQ(zeros, std::vector<int>(50, 0));
-
-    std::vector<int> mixed{59, 211, 0, 400};
-    EXPECT_EQ(analyser.extremePointFilter(mixed), -1);
-    EXPECT_EQ(mixed, (std::vector<int>{59, 211, 0, 400}));
-
-    std::vector<int> single{20};
-    EXPECT_EQ(analyser.extremePointFilter(single), -1);
-    EXPECT_EQ(single, std::vector<int>{20});
+TEST(UpdateFhr, ClusteredMovementsAreBridgedWithMargins) {
+    const Ints trace = zigzag(3000), shortTrace = zigzag(1000);
+    struct Case {
+        const char* what;
+        const Ints& trace;
+        Ints movements;
+        int fs, div;
+        std::vector<Segment> segments;  // none: unchanged
+    };
+    // clang-format off
+    const Case cases[] = {
+        {"no movement", trace, {}, 4, 1, {}},
+        {"one movement", trace, {1000}, 4, 1, {}},
+        // 90 s at 4 Hz is 360 samples; the margin is 30 s = 120 samples.
+        {"300 apart", trace, {1000, 1300}, 4, 1, {{880, 1420}}},
+        {"360 apart", trace, {1000, 1360}, 4, 1, {{880, 1480}}},
+        {"361 apart", trace, {1000, 1361}, 4, 1, {}},
+        {"400 apart", trace, {1000, 1400}, 4, 1, {}},
+        {"the last never begins a cluster", trace, {1000, 1300, 1600}, 4, 1, {{880, 1420}}},
+        {"an earlier lone one", trace, {500, 1000, 1300}, 4, 1, {{880, 1420}}},
+        // 1000 absorbs 1100, 1200 and 1300, which then begin no cluster of their own.
+        {"absorbed", trace, {1000, 1100, 1200, 1300, 1600}, 4, 1, {{880, 1420}}},
+        {"absorbed, farthest last", trace, {1000, 1300, 1350}, 4, 1, {{880, 1470}}},
+        {"overlapping margins", trace, {1000, 1300, 1500, 1800}, 4, 1, {{880, 1920}}},
+        {"touching margins", trace, {1000, 1300, 1540, 1600}, 4, 1, {{880, 1720}}},
+        {"apart", trace, {1000, 1300, 1700, 2000}, 4, 1, {{880, 1420}, {1580, 2120}}},
+        {"rate 4, divisor 2", trace, {1000, 1150}, 4, 2, {{940, 1210}}},
+        {"rate 4, divisor 2, too far", trace, {1000, 1181}, 4, 2, {}},
+        {"rate 1", trace, {1000, 1090}, 1, 1, {{970, 1120}}},
+        {"rate 5, divisor 2", trace, {1000, 1090}, 5, 2, {{940, 1150}}},
+        // Clamped to [1, length - 2]; segments beyond the trace are left alone.
+        {"near the start", trace, {10, 100}, 4, 1, {{1, 220}}},
+        {"near the end", trace, {2900, 2950}, 4, 1, {{2780, 2998}}},
+        {"both ends", trace, {10, 100, 2900, 2950}, 4, 1, {{1, 220}, {2780, 2998}}},
+        {"past the end", shortTrace, {1100, 1150}, 4, 1, {{980, 998}}},
+        {"start past the end", shortTrace, {1150, 1200}, 4, 1, {}},
+        {"far past the end", shortTrace, {5000, 5100}, 4, 1, {}},
+        {"inside and far past", shortTrace, {900, 950, 5000, 5100}, 4, 1, {{780, 998}}},
+    };
+    // clang-format on
+    const QK4_CFhrAlgorithm analyser;
+    for (const Case& c : cases) {
+        EXPECT_EQ(analyser.update_fhr(c.trace, c.fs, c.movements, c.div),
+                  bridged(c.trace, c.segments))
+            << c.what;
+    }
 }
 
-TEST(ExtremePointFilter, ShortValidTraces) {
-    QK4_CFhrAlgorithm analyser;
-    std::vector<int> empty;
-    EXPECT_EQ(analyser.extremePointFilter(empty), 0);
-    std::vector<int> single{60};
-    EXPECT_EQ(analyser.extremePointFilter(single), 0);
-    EXPECT_EQ(single, std::vector<int>{60});
-    std::vector<int> lastValid{0, 0, 0, 210};
-    EXPECT_EQ(analyser.extremePointFilter(lastValid), 0);
-    EXPECT_EQ(lastValid, std::vector<int>(4, 210));
-}
-
-// --- movement bridging --------------------------------------------------------------
-
-TEST_F(UpdateFhr, FewerThanTwoMovementsChangeNothing) {
-    EXPECT_EQ(run(trace, {}), trace);
-    EXPECT_EQ(run(trace, {1000}), trace);
-}
-
-TEST_F(UpdateFhr, TwoMovementsWithinNinetySecondsAreBridged) {
-    // 300 samples apart at 4 Hz (limit 360): bridged from 1000 - 120 to 1300 + 120.
-    EXPECT_EQ(run(trace, {1000, 1300}), bridged(trace, {{880, 1420}}));
-    EXPECT_EQ(run(trace, {1000, 1360}), bridged(trace, {{880, 1480}}));
-}
-
-TEST_F(UpdateFhr, BridgeFollowsTheRoundedLineInBothDirections) {
-    std::vector<int> rising = trace;
-    rising[880] = 120;
-    rising[1420] = 147;
-    const auto up = run(rising, {1000, 1300});
-    EXPECT_EQ(up[880], 120);
-    EXPECT_EQ(up[890], 121);  // 120 + 10 * 0.05 = 120.5 rounds up
-    EXPECT_EQ(up[1419], 147);
-    EXPECT_EQ(up[1420], 147);
-
-    std::vector<int> falling = trace;
-    falling[880] = 147;
-    falling[1420] = 120;
-    const auto down = run(falling, {1000, 1300});
-    EXPECT_EQ(down[890], 147);  // 147 - 0.5 = 146.5 rounds away from zero
+TEST(UpdateFhr, BridgeRoundsHalvesAwayFromZeroInBothDirections) {
+    const QK4_CFhrAlgorithm analyser;
+    Ints trace = zigzag(3000);
+    trace[880] = 120;
+    trace[1420] = 147;  // a slope of 0.05 per sample
+    Ints up = analyser.update_fhr(trace, 4, {1000, 1300}, 1);
+    EXPECT_EQ(up[890], 121);  // 120.5
+    EXPECT_EQ(up, bridged(trace, {{880, 1420}}));
+    std::swap(trace[880], trace[1420]);
+    Ints down = analyser.update_fhr(trace, 4, {1000, 1300}, 1);
+    EXPECT_EQ(down[890], 147);  // 146.5
     EXPECT_EQ(down[900], 146);
-    EXPECT_EQ(down, bridged(falling, {{880, 1420}}));
-
-    std::vector<int> level = trace;
-    level[880] = level[1420] = 133;
-    const auto flat = run(level, {1000, 1300});
-    for (int i = 881; i < 1420; ++i) ASSERT_EQ(flat[i], 133) << i;
+    trace[880] = trace[1420] = 133;
+    EXPECT_EQ(analyser.update_fhr(trace, 4, {1000, 1300}, 1), bridged(trace, {{880, 1420}}));
 }
 
-TEST_F(UpdateFhr, LoneMovementsChangeNothing) {
-    EXPECT_EQ(run(trace, {1000, 1400}), trace);
-    EXPECT_EQ(run(trace, {1000, 1361}), trace);
-}
-
-TEST_F(UpdateFhr, LastMovementNeverBeginsACluster) {
-    EXPECT_EQ(run(trace, {1000, 1300, 1600}), bridged(trace, {{880, 1420}}));
-    EXPECT_EQ(run(trace, {500, 1000, 1300}), bridged(trace, {{880, 1420}}));
-}
-
-TEST_F(UpdateFhr, AbsorbedMovementsAreSkippedAsClusterStarts) {
-    // 1000 absorbs 1100, 1200 and 1300; 1300 then does not begin a cluster with 1600.
-    EXPECT_EQ(run(trace, {1000, 1100, 1200, 1300, 1600}), bridged(trace, {{880, 1420}}));
-    EXPECT_EQ(run(trace, {1000, 1300, 1350}), bridged(trace, {{880, 1470}}));
-}
-
-TEST_F(UpdateFhr, OverlappingMarginsJoinOneSegment) {
-    // Clusters [1000, 1300] and [1500, 1800]: 1500 - 120 lies before 1300 + 120.
-    EXPECT_EQ(run(trace, {1000, 1300, 1500, 1800}), bridged(trace, {{880, 1920}}));
-    EXPECT_EQ(run(trace, {1000, 1300, 1500, 1700}), bridged(trace, {{880, 1820}}));
-    // Margins that only touch join as well (1540 - 120 = 1420).
-    EXPECT_EQ(run(trace, {1000, 1300, 1540, 1600}), bridged(trace, {{880, 1720}}));
-    // Apart: two segments, the gap untouched.
-    EXPECT_EQ(run(trace, {1000, 1300, 1700, 2000}), bridged(trace, {{880, 1420}, {1580, 2120}}));
-}
-
-TEST_F(UpdateFhr, SpansFollowTheRateAndDivisor) {
-    EXPECT_EQ(run(trace, {1000, 1150}, 4, 2), bridged(trace, {{940, 1210}}));
-    EXPECT_TRUE(run(trace, {1000, 1181}, 4, 2) == trace);
-    EXPECT_EQ(run(trace, {1000, 1090}, 1, 1), bridged(trace, {{970, 1120}}));
-    EXPECT_EQ(run(trace, {1000, 1090}, 5, 2), bridged(trace, {{940, 1150}}));
-}
-
-TEST_F(UpdateFhr, SegmentsAreClampedInsideTheTrace) {
-    // Near the start the first segment begins at 1 (sample 0 is kept).
-    EXPECT_EQ(run(trace, {10, 100}), bridged(trace, {{1, 220}}));
-    // Near the end the last segment ends at length - 2.
-    EXPECT_EQ(run(trace, {2900, 2950}), bridged(trace, {{2780, 2998}}));
-    EXPECT_EQ(run(trace, {10, 100, 2900, 2950}), bridged(trace, {{1, 220}, {2780, 2998}}));
-}
-
-TEST_F(UpdateFhr, SegmentsBeyondTheTraceAreNotBridged) {
-    const std::vector<int> shortTrace = zigzag(1000);
-    EXPECT_EQ(run(shortTrace, {1100, 1150}), bridged(shortTrace, {{980, 998}}));
-    EXPECT_EQ(run(shortTrace, {1150, 1200}), shortTrace);
-    EXPECT_EQ(run(shortTrace, {5000, 5100}), shortTrace);
-    EXPECT_EQ(run(shortTrace, {900, 950, 5000, 5100}), bridged(shortTrace, {{780, 998}}));
-}
-
-// --- jump filter ------------------------------------------------------------------
-
-TEST(ThresholdFilter, PreparedTraceStaysUnchanged) {
-    QK4_CFhrAlgorithm analyser;
-    std::vector<int> trace{60, 210, 60, 135, 210, 61, 209};
-    analyser.setFhrBaseline(std::vector<double>(trace.size(), 60.0));
-    const auto original = trace;
-    analyser.thresholdFilter(trace);
-    EXPECT_EQ(trace, original);
-}
-
-TEST(ThresholdFilter, LargeDropsAndExcessesRepeatThePreviousSample) {
-    QK4_CFhrAlgorithm analyser;
-    analyser.setFhrBaseline(std::vector<double>(8, 0.0));
-    // 300 -> 90 drops by 210, and 95 still compares with the repaired 300;
-    // 300 above a baseline of 0 is allowed, 301 is not; a drop of exactly 200 stays.
-    std::vector<int> trace{300, 90, 95, 100, 301, 300, 100, 99};
-    analyser.thresholdFilter(trace);
-    EXPECT_EQ(trace, (std::vector<int>{300, 300, 300, 100, 100, 300, 100, 99}));
-}
-
-TEST(ThresholdFilter, FirstSampleIsNeverChanged) {
-    QK4_CFhrAlgorithm analyser;
-    analyser.setFhrBaseline({0.0});
-    std::vector<int> single{1000};
-    analyser.thresholdFilter(single);
-    EXPECT_EQ(single, std::vector<int>{1000});
+TEST(ThresholdFilter, DropsOverTwoHundredAndExcessesOverThreeHundredRepeatThePreviousSample) {
+    struct Case {
+        Ints trace;
+        double base;
+        Ints expected;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {{60, 210, 60, 135, 210, 61, 209}, 60.0, {60, 210, 60, 135, 210, 61, 209}},
+        // 300 -> 90 drops by 210, and 95 still compares with the repaired 300;
+        // 300 over a baseline of 0 is allowed, 301 is not; a drop of exactly 200 stays.
+        {{300, 90, 95, 100, 301, 300, 100, 99}, 0.0, {300, 300, 300, 100, 100, 300, 100, 99}},
+        {{1000}, 0.0, {1000}},  // the first sample is never changed
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        QK4_CFhrAlgorithm analyser;
+        analyser.setFhrBaseline(std::vector<double>(c.trace.size(), c.base));
+        Ints trace = c.trace;
+        analyser.thresholdFilter(trace);
+        EXPECT_EQ(trace, c.expected);
+    }
 }

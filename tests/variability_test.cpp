@@ -1,10 +1,9 @@
 // Quiet stretches between events and the short-term variability measured in them.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <ostream>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -12,87 +11,13 @@
 
 namespace {
 
-struct Segments {
-    std::vector<int> starts;
-    std::vector<int> ends;
-};
+using Ints = std::vector<int>;
+using Segments = std::pair<Ints, Ints>;  // starts, ends
 
-bool operator==(const Segments& a, const Segments& b) {
-    return a.starts == b.starts && a.ends == b.ends;
-}
-
-std::ostream& operator<<(std::ostream& out, const Segments& s) {
-    for (size_t i = 0; i < s.starts.size() && i < s.ends.size(); ++i)
-        out << "(" << s.starts[i] << ", " << s.ends[i] << ") ";
-    return out;
-}
-
-class BaselineSegments : public ::testing::Test {
-protected:
-    Segments between(const std::vector<int>& starts, const std::vector<int>& ends, int length) {
-        Segments viaTwo, viaThree;
-        analyser.fhrBas2(starts, ends, length, viaTwo.starts, viaTwo.ends);
-        analyser.fhrBas3(starts, ends, length, viaThree.starts, viaThree.ends);
-        EXPECT_EQ(viaTwo, viaThree);
-        return viaTwo;
-    }
-
-    QK4_CFhrAlgorithm analyser;
-};
-
-TEST_F(BaselineSegments, GapsBetweenEvents) {
-    EXPECT_EQ(between({100, 300}, {200, 400}, 1000), (Segments{{0, 201, 401}, {99, 299, 999}}));
-}
-
-TEST_F(BaselineSegments, EventsAtTheTraceEdgesGiveEmptySegments) {
-    EXPECT_EQ(between({0}, {50}, 1000), (Segments{{0, 51}, {-1, 999}}));
-    EXPECT_EQ(between({100}, {999}, 1000), (Segments{{0, 1000}, {99, 999}}));
-}
-
-TEST_F(BaselineSegments, TouchingEventsGiveReversedSegments) {
-    EXPECT_EQ(between({100, 150}, {200, 300}, 1000),
-              (Segments{{0, 201, 301}, {99, 149, 999}}));
-}
-
-TEST_F(BaselineSegments, NoEventsGiveTheWholeTrace) {
-    EXPECT_EQ(between({}, {}, 1000), (Segments{{0}, {999}}));
-    Segments merged;
-    analyser.fhrBas1({}, {}, {}, {}, 1000, merged.starts, merged.ends);
-    EXPECT_EQ(merged, (Segments{{0}, {999}}));
-}
-
-TEST_F(BaselineSegments, MergedListsAreSortedEachByItself) {
-    Segments apart;
-    analyser.fhrBas1({300}, {400}, {100}, {200}, 1000, apart.starts, apart.ends);
-    EXPECT_EQ(apart, (Segments{{0, 201, 401}, {99, 299, 999}}));
-
-    // A deceleration inside an acceleration: starts and ends are sorted apart,
-    // so the middle segment runs backwards.
-    Segments nested;
-    analyser.fhrBas1({100}, {400}, {200}, {300}, 1000, nested.starts, nested.ends);
-    EXPECT_EQ(nested, (Segments{{0, 301, 401}, {99, 199, 999}}));
-}
-
-// ---------------------------------------------------------------------------
-
-struct Variability {
-    double amplitude;
-    double frequency;
-};
-
-std::uint64_t bitsOf(double value) {
-    std::uint64_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
-
-constexpr std::uint64_t kRuntimeNaN = 0xFFF8000000000000ull;  // 0.0 / 0 on x86-64
-
-// A calm 100 bpm stretch with swings: for each (position, size) the sample at
-// the position is 99 + size and the next one 99, a peak followed by a trough
-// whose difference is the swing size.
-std::vector<int> calmWithSwings(int length, const std::vector<std::pair<int, int>>& swings) {
-    std::vector<int> fhr(length, 100);
+// A calm 100 bpm trace with swings: for each (position, size) the sample at the
+// position is 99 + size and the next one 99, a peak and a trough `size` apart.
+Ints calmWithSwings(int length, const std::vector<std::pair<int, int>>& swings) {
+    Ints fhr(length, 100);
     for (const auto& [position, size] : swings) {
         fhr[position] = 99 + size;
         fhr[position + 1] = 99;
@@ -100,103 +25,105 @@ std::vector<int> calmWithSwings(int length, const std::vector<std::pair<int, int
     return fhr;
 }
 
-class ShortTermVariability : public ::testing::Test {
-protected:
-    Variability measure(const std::vector<int>& fhr, const Segments& segments) const {
-        Variability v{-7.0, -7.0};
-        analyser.cal_bpm_var(fhr, 4, segments.starts, segments.ends, v.amplitude, v.frequency);
-        return v;
-    }
-    Variability measureWhole(const std::vector<int>& fhr) const {
-        return measure(fhr, {{0}, {static_cast<int>(fhr.size()) - 1}});
-    }
-    void setThresholds(int amplitudeMin, int cycleMin) {
-        QK4_FhrParameter p = analyser.getParameter();
-        p.varAmplitudeMin = amplitudeMin;
-        p.varCycleMin = cycleMin;
-        ASSERT_EQ(analyser.setParameter(p), 0);
-    }
-
-    QK4_CFhrAlgorithm analyser;
-};
-
-TEST_F(ShortTermVariability, SwingAtTheAmplitudeMinimumCounts) {
-    const Variability atMinimum = measureWhole(calmWithSwings(100, {{10, 4}, {40, 10}}));
-    EXPECT_DOUBLE_EQ(atMinimum.amplitude, 7.0);
-    EXPECT_DOUBLE_EQ(atMinimum.frequency, 2.0);
-
-    const Variability below = measureWhole(calmWithSwings(100, {{10, 3}, {40, 10}}));
-    EXPECT_DOUBLE_EQ(below.amplitude, 10.0);
-    EXPECT_DOUBLE_EQ(below.frequency, 1.0);
-}
-
-TEST_F(ShortTermVariability, SwingAtTheCycleMinimumIsNotListed) {
-    setThresholds(2, 3);
-    const Variability v = measureWhole(calmWithSwings(100, {{10, 3}, {40, 5}}));
-    EXPECT_DOUBLE_EQ(v.amplitude, 4.0);
-    EXPECT_DOUBLE_EQ(v.frequency, 1.0);
-
-    const Variability onlyAtMinimum = measureWhole(calmWithSwings(100, {{10, 3}}));
-    EXPECT_DOUBLE_EQ(onlyAtMinimum.amplitude, 3.0);
-    EXPECT_DOUBLE_EQ(onlyAtMinimum.frequency, 0.0);
-}
-
-TEST_F(ShortTermVariability, SwingsSixtySamplesApartShareOneSpan) {
-    EXPECT_DOUBLE_EQ(measureWhole(calmWithSwings(100, {{5, 10}, {65, 10}})).frequency, 2.0);
-    EXPECT_DOUBLE_EQ(measureWhole(calmWithSwings(100, {{5, 10}, {66, 10}})).frequency, 1.0);
-    EXPECT_DOUBLE_EQ(measureWhole(calmWithSwings(100, {{5, 10}, {35, 10}, {65, 10}})).frequency,
-                     3.0);
-    EXPECT_DOUBLE_EQ(measureWhole(calmWithSwings(100, {{5, 10}, {35, 10}, {66, 10}})).frequency,
-                     2.0);
-}
-
-TEST_F(ShortTermVariability, PeaksPairWithTroughsByListOrder) {
-    // The trough before the peak (90) is paired with it, not the one after (99).
-    const Variability v = measureWhole({100, 90, 100, 120, 99, 100});
-    EXPECT_DOUBLE_EQ(v.amplitude, 30.0);
-    EXPECT_DOUBLE_EQ(v.frequency, 1.0);
-}
-
-TEST_F(ShortTermVariability, AmplitudeIsTheMeanOverAllSegments) {
-    std::vector<int> fhr = calmWithSwings(2000, {{10, 10}, {50, 20}});
-    const std::vector<int> second = calmWithSwings(100, {{30, 6}});
-    std::copy(second.begin(), second.end(), fhr.begin() + 1000);
-    const Variability v = measure(fhr, {{0, 1000}, {99, 1099}});
-    EXPECT_DOUBLE_EQ(v.amplitude, 12.0);
-}
-
-TEST_F(ShortTermVariability, SwingPositionsCarryOverBetweenSegments) {
-    // Positions are relative to their own segment and the list is kept:
-    // 10 (first segment) and 40 (second) fall within one span.
-    std::vector<int> fhr = calmWithSwings(2000, {{10, 10}, {1040, 10}});
-    EXPECT_DOUBLE_EQ(measure(fhr, {{0, 1000}, {99, 1099}}).frequency, 2.0);
-
-    // Listed in segment order 10, 50, 5: the span from 10 ends at the
-    // backwards step to 5, so only two swings are counted together.
-    fhr = calmWithSwings(2000, {{10, 10}, {50, 10}, {1005, 10}});
-    EXPECT_DOUBLE_EQ(measure(fhr, {{0, 1000}, {99, 1099}}).frequency, 2.0);
-}
-
-TEST_F(ShortTermVariability, TooShortAndReversedSegmentsContributeNothing) {
-    const std::vector<int> fhr = {100, 110, 99, 100, 120, 95, 100};
-    // (1, 2) has two samples, (5, 4) runs backwards; (3, 6) has four and a swing.
-    const Variability v = measure(fhr, {{1, 5, 3}, {2, 4, 6}});
-    EXPECT_DOUBLE_EQ(v.amplitude, 25.0);
-    EXPECT_DOUBLE_EQ(v.frequency, 1.0);
-}
-
-TEST_F(ShortTermVariability, NoQualifyingSwingGivesTheRuntimeNaN) {
-    const Variability none = measure(std::vector<int>(100, 140), {{}, {}});
-    EXPECT_EQ(bitsOf(none.amplitude), kRuntimeNaN);
-    EXPECT_EQ(none.frequency, 0.0);
-
-    const Variability flat = measureWhole(std::vector<int>(100, 140));
-    EXPECT_EQ(bitsOf(flat.amplitude), kRuntimeNaN);
-    EXPECT_EQ(flat.frequency, 0.0);
-
-    const Variability skipped = measure(std::vector<int>(100, 140), {{10}, {11}});
-    EXPECT_EQ(bitsOf(skipped.amplitude), kRuntimeNaN);
-    EXPECT_EQ(skipped.frequency, 0.0);
+std::uint64_t bitsOf(double value) {
+    std::uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
 }
 
 }  // namespace
+
+TEST(BaselineSegments, GapsBetweenEventsUnclipped) {
+    const QK4_CFhrAlgorithm analyser;
+    struct Case {
+        Segments events, expected;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {{{100, 300}, {200, 400}}, {{0, 201, 401}, {99, 299, 999}}},
+        {{{0}, {50}}, {{0, 51}, {-1, 999}}},       // an event at an edge: an empty segment
+        {{{100}, {999}}, {{0, 1000}, {99, 999}}},
+        {{{100, 150}, {200, 300}}, {{0, 201, 301}, {99, 149, 999}}},  // overlapping: reversed
+        {{{}, {}}, {{0}, {999}}},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        Segments two, three;
+        analyser.fhrBas2(c.events.first, c.events.second, 1000, two.first, two.second);
+        analyser.fhrBas3(c.events.first, c.events.second, 1000, three.first, three.second);
+        EXPECT_EQ(two, c.expected) << testing::PrintToString(c.events);
+        EXPECT_EQ(three, c.expected);
+    }
+    // Merged lists are sorted each by itself: a deceleration inside an
+    // acceleration gives a middle segment that runs backwards.
+    struct Merge {
+        Segments accelerations, decelerations, expected;
+    };
+    const Merge merges[] = {
+        {{{300}, {400}}, {{100}, {200}}, {{0, 201, 401}, {99, 299, 999}}},
+        {{{100}, {400}}, {{200}, {300}}, {{0, 301, 401}, {99, 199, 999}}},
+        {{{}, {}}, {{}, {}}, {{0}, {999}}},
+    };
+    for (const Merge& m : merges) {
+        Segments out;
+        analyser.fhrBas1(m.accelerations.first, m.accelerations.second, m.decelerations.first,
+                         m.decelerations.second, 1000, out.first, out.second);
+        EXPECT_EQ(out, m.expected) << testing::PrintToString(m.accelerations);
+    }
+}
+
+TEST(ShortTermVariability, SwingThresholdsSpansAndSegments) {
+    constexpr double kRuntimeNaN = -std::numeric_limits<double>::quiet_NaN();  // 0.0 / 0 on x86-64
+    struct Case {
+        const char* what;
+        Ints fhr;
+        Segments segments;
+        double amplitude, frequency;
+        int amplitudeMin = 4, cycleMin = 3;
+    };
+    const Segments all{{0}, {99}}, split{{0, 1000}, {99, 1099}};
+    Ints twoSegments = calmWithSwings(2000, {{10, 10}, {50, 20}});
+    const Ints later = calmWithSwings(100, {{30, 6}});
+    std::copy(later.begin(), later.end(), twoSegments.begin() + 1000);
+    // clang-format off
+    const Case cases[] = {
+        {"a swing at the amplitude minimum counts", calmWithSwings(100, {{10, 4}, {40, 10}}), all,
+         7.0, 2.0},
+        {"one below it does not", calmWithSwings(100, {{10, 3}, {40, 10}}), all, 10.0, 1.0},
+        {"one at the cycle minimum is not listed", calmWithSwings(100, {{10, 3}, {40, 5}}), all,
+         4.0, 1.0, 2},
+        {"only at the cycle minimum", calmWithSwings(100, {{10, 3}}), all, 3.0, 0.0, 2},
+        {"60 samples apart share a span", calmWithSwings(100, {{5, 10}, {65, 10}}), all, 10.0, 2.0},
+        {"61 apart do not", calmWithSwings(100, {{5, 10}, {66, 10}}), all, 10.0, 1.0},
+        {"three in a span", calmWithSwings(100, {{5, 10}, {35, 10}, {65, 10}}), all, 10.0, 3.0},
+        {"three, the last out", calmWithSwings(100, {{5, 10}, {35, 10}, {66, 10}}), all, 10.0, 2.0},
+        // The trough before the peak (90) is paired with it, not the one after (99).
+        {"pairs by list order", {100, 90, 100, 120, 99, 100}, {{0}, {5}}, 30.0, 1.0},
+        {"mean over all segments", twoSegments, split, 12.0, 3.0},
+        // Positions are relative to their segment and the list is kept: 10
+        // (first segment) and 40 (second) share a span.
+        {"positions carry over", calmWithSwings(2000, {{10, 10}, {1040, 10}}), split, 10.0, 2.0},
+        // Listed 10, 50, 5: the span from 10 ends at the step back to 5.
+        {"a step back ends a span", calmWithSwings(2000, {{10, 10}, {50, 10}, {1005, 10}}), split,
+         10.0, 2.0},
+        // (1, 2) has two samples, (5, 4) runs backwards; (3, 6) has four and a swing.
+        {"short and reversed segments", {100, 110, 99, 100, 120, 95, 100}, {{1, 5, 3}, {2, 4, 6}},
+         25.0, 1.0},
+        // No qualifying swing: the amplitude is 0.0 / 0.
+        {"no segment", Ints(100, 140), {{}, {}}, kRuntimeNaN, 0.0},
+        {"flat", Ints(100, 140), all, kRuntimeNaN, 0.0},
+        {"segment too short", Ints(100, 140), {{10}, {11}}, kRuntimeNaN, 0.0},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        QK4_CFhrAlgorithm analyser;
+        QK4_FhrParameter p = analyser.getParameter();
+        p.varAmplitudeMin = c.amplitudeMin;
+        p.varCycleMin = c.cycleMin;
+        ASSERT_EQ(analyser.setParameter(p), 0);
+        double amplitude = -7.0, frequency = -7.0;
+        analyser.cal_bpm_var(c.fhr, 4, c.segments.first, c.segments.second, amplitude, frequency);
+        EXPECT_EQ(bitsOf(amplitude), bitsOf(c.amplitude)) << c.what << ": " << amplitude;
+        EXPECT_EQ(frequency, c.frequency) << c.what;
+    }
+}

@@ -1,6 +1,7 @@
 #include "test_support.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -24,27 +25,32 @@ Recording readCsv(const std::string& path) {
     std::string line;
     std::getline(in, line);  // header
     while (std::getline(in, line)) {
-        if (line.empty()) continue;
         int fhr = 0, uc = 0, fm = 0;
-        char c1 = 0, c2 = 0;
-        std::istringstream fields(line);
-        fields >> fhr >> c1 >> uc >> c2 >> fm;
-        rec.fhr.push_back(fhr);
-        rec.uc.push_back(uc);
-        rec.fm.push_back(fm);
+        char comma = 0;
+        if (std::istringstream(line) >> fhr >> comma >> uc >> comma >> fm) {
+            rec.fhr.push_back(fhr);
+            rec.uc.push_back(uc);
+            rec.fm.push_back(fm);
+        }
     }
     return rec;
 }
 
-std::vector<std::string> trainRecordings(const std::string& subdir) {
-    std::vector<std::string> paths;
-    const std::string root = dataDir();
-    if (root.empty()) return paths;
-    for (const auto& entry : fs::directory_iterator(fs::path(root) / subdir)) {
-        if (entry.path().extension() == ".csv") paths.push_back(entry.path().string());
+std::vector<Recording> researchRecordings(const std::string& subdir) {
+    std::vector<Recording> recordings;
+    if (dataDir().empty()) return recordings;
+    const char* limit = std::getenv("CTGSCORE_RECORDINGS_LIMIT");
+    const double maxSamples = limit && *limit ? std::atof(limit) * 60 * 4 : 1e300;  // 4 Hz
+    std::vector<fs::path> paths;
+    for (const auto& entry : fs::directory_iterator(fs::path(dataDir()) / subdir)) {
+        if (entry.path().extension() == ".csv") paths.push_back(entry.path());
     }
     std::sort(paths.begin(), paths.end());
-    return paths;
+    for (const auto& path : paths) {
+        Recording rec = readCsv(path.string());
+        if (rec.fhr.size() <= maxSamples) recordings.push_back(std::move(rec));
+    }
+    return recordings;
 }
 
 static std::string todaysLogName() {
@@ -55,11 +61,10 @@ static std::string todaysLogName() {
            std::to_string(local.tm_mon + 1) + "_" + std::to_string(local.tm_mday) + ".log";
 }
 
-std::vector<std::string> logLines() {
+static std::vector<std::string> logLines() {
     std::vector<std::string> lines;
     std::ifstream in(todaysLogName());
-    std::string line;
-    while (std::getline(in, line)) lines.push_back(line);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
 }
 

@@ -16,12 +16,12 @@ struct Recording {
 };
 Recording readCsv(const std::string& path);
 
-// Every train/*.csv recording (sorted by name), or none when the data is absent.
-std::vector<std::string> trainRecordings(const std::string& subdir = "train");
+// The recordings of dataDir()/subdir (sorted by name) that are no longer than
+// CTGSCORE_RECORDINGS_LIMIT minutes when that is set; none without the data.
+std::vector<Recording> researchRecordings(const std::string& subdir = "train");
 
-// Lines of the log file written in the working directory today.
-std::vector<std::string> logLines();
-// The message part of each log line (after the "[stamp]  " prefix).
+// The message part (after the "[stamp]  " prefix) of each line of the log file
+// written in the working directory today.
 std::vector<std::string> logMessages();
 // Removes today's log file.
 void clearLog();

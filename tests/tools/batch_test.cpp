@@ -14,62 +14,44 @@ using json = nlohmann::ordered_json;
 
 namespace {
 
-std::vector<json> readLines(const std::string& path) {
-    std::vector<json> lines;
-    std::ifstream in(path);
-    for (std::string line; std::getline(in, line);) lines.push_back(json::parse(line));
-    return lines;
+BatchOptions options(int jobs, const std::string& output) {
+    BatchOptions batch;
+    batch.directory = "folder";
+    batch.output = output;
+    batch.jobs = jobs;
+    return batch;
 }
-
-class Batch : public testing::Test {
-protected:
-    void SetUp() override {
-        std::filesystem::create_directory("folder");
-        tooltest::writeSimulatedCsv("folder/b.csv", 6, 2);
-        tooltest::writeSimulatedCsv("folder/a.csv", 6, 1);
-        tooltest::writeFile("folder/c.csv", "fhr,uc,fm\n140,10\n");
-        tooltest::writeFile("folder/d.fhr", tooltest::fhrmaBytes(0, {{560, 560, 20}}).substr(0, 7));
-        tooltest::writeFile("folder/notes.txt", "not a recording\n");
-        std::filesystem::create_directory("folder/sub.csv");
-    }
-    void TearDown() override { std::filesystem::remove_all("folder"); }
-
-    BatchOptions options(int jobs, const std::string& output) {
-        BatchOptions batch;
-        batch.directory = "folder";
-        batch.output = output;
-        batch.jobs = jobs;
-        return batch;
-    }
-};
 
 }  // namespace
 
-TEST_F(Batch, OneLinePerRecordingInNameOrderWithFailuresInTheirLine) {
+TEST(Batch, OneLinePerRecordingInNameOrderWhateverTheJobs) {
+    std::filesystem::create_directories("folder/sub.csv");  // a folder is no recording
+    tooltest::writeSimulatedCsv("folder/b.csv", 6, 2);
+    tooltest::writeSimulatedCsv("folder/a.csv", 6, 1);
+    tooltest::writeFile("folder/c.csv", "fhr,uc,fm\n140,10\n");
+    tooltest::writeFile("folder/d.fhr", tooltest::fhrmaBytes(0, {{560, 560, 20}}).substr(0, 7));
+    tooltest::writeFile("folder/notes.txt", "not a recording\n");
+
     const BatchSummary summary = runBatch(options(1, "one.jsonl"));
     EXPECT_EQ(summary.files, 4u);
     EXPECT_EQ(summary.failed, 2u);
-    const std::vector<json> lines = readLines("one.jsonl");
+    std::vector<json> lines;
+    std::ifstream in("one.jsonl");
+    for (std::string line; std::getline(in, line);) lines.push_back(json::parse(line));
     ASSERT_EQ(lines.size(), 4u);
-    const std::vector<std::string> names = {"a.csv", "b.csv", "c.csv", "d.fhr"};
-    for (std::size_t i = 0; i < names.size(); ++i) {
+    const char* names[] = {"a.csv", "b.csv", "c.csv", "d.fhr"};
+    for (int i = 0; i < 4; ++i) {
         EXPECT_EQ(std::filesystem::path(lines[i]["file"].get<std::string>()).filename(), names[i]);
     }
     EXPECT_TRUE(lines[0]["ok"].get<bool>());
     EXPECT_EQ(lines[0]["results"].size(), 4u);
-    EXPECT_EQ(lines[0]["results"][0]["method"], "krebs");
     EXPECT_FALSE(lines[2]["ok"].get<bool>());
     EXPECT_NE(lines[2]["error"].get<std::string>().find("line 2: 2 fields"), std::string::npos);
     EXPECT_NE(lines[3]["error"].get<std::string>().find("truncated"), std::string::npos);
-}
 
-TEST_F(Batch, ParallelJobsGiveTheSameLines) {
-    runBatch(options(1, "one.jsonl"));
     runBatch(options(3, "three.jsonl"));
     EXPECT_EQ(tooltest::readFile("one.jsonl"), tooltest::readFile("three.jsonl"));
-}
 
-TEST_F(Batch, UnreadableFolderOrOutputIsAnError) {
     BatchOptions missing = options(1, "out.jsonl");
     missing.directory = "no-such-folder";
     EXPECT_THROW(runBatch(missing), InputError);

@@ -12,8 +12,7 @@
 namespace tooltest {
 
 void writeFile(const std::string& path, const std::string& bytes) {
-    std::ofstream out(path, std::ios::binary);
-    out << bytes;
+    std::ofstream(path, std::ios::binary) << bytes;
 }
 
 std::string readFile(const std::string& path) {
@@ -23,24 +22,16 @@ std::string readFile(const std::string& path) {
     return bytes.str();
 }
 
-void writeCsv(const std::string& path, const ctgtool::Recording& recording) {
-    std::ofstream out(path);
-    ctgtool::writeRecordingCsv(out, recording);
-}
-
 ctgtool::Recording writeSimulatedCsv(const std::string& path, int minutes, std::uint64_t seed) {
     ctgtool::Recording recording = ctgtool::simulate({minutes, 4, seed}).recording;
-    writeCsv(path, recording);
+    std::ofstream out(path);
+    ctgtool::writeRecordingCsv(out, recording);
     return recording;
 }
 
-namespace {
-
-void appendLittleEndian(std::string& bytes, std::uint32_t value, int size) {
+static void appendLittleEndian(std::string& bytes, std::uint32_t value, int size) {
     for (int i = 0; i < size; ++i) bytes += static_cast<char>((value >> (8 * i)) & 0xFF);
 }
-
-}  // namespace
 
 std::string fhrmaBytes(std::uint32_t startTime, const std::vector<FhrmaSample>& samples) {
     std::string bytes;
@@ -63,15 +54,12 @@ std::string format16Bytes(const std::vector<std::vector<int>>& frames) {
 }
 
 ToolRun runTool(const std::vector<std::string>& arguments) {
-    const std::string outPath = "tool-stdout.txt", errPath = "tool-stderr.txt";
     std::vector<std::string> words = {CTGSCORE_TOOL_PATH};
     words.insert(words.end(), arguments.begin(), arguments.end());
     const pid_t pid = fork();
     if (pid == 0) {
-        const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        dup2(out, STDOUT_FILENO);
-        dup2(err, STDERR_FILENO);
+        dup2(open("tool-stdout.txt", O_WRONLY | O_CREAT | O_TRUNC, 0644), STDOUT_FILENO);
+        dup2(open("tool-stderr.txt", O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);
         std::vector<char*> argv;
         for (std::string& word : words) argv.push_back(word.data());
         argv.push_back(nullptr);
@@ -80,37 +68,30 @@ ToolRun runTool(const std::vector<std::string>& arguments) {
     }
     int status = 0;
     waitpid(pid, &status, 0);
-    ToolRun run;
-    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    run.out = readFile(outPath);
-    run.err = readFile(errPath);
-    unlink(outPath.c_str());
-    unlink(errPath.c_str());
+    ToolRun run{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
+                readFile("tool-stdout.txt"), readFile("tool-stderr.txt")};
+    unlink("tool-stdout.txt");
+    unlink("tool-stderr.txt");
     return run;
 }
 
-bool wellFormedXml(const std::string& text, std::string& problem) {
-    const auto fail = [&problem](const std::string& what) {
-        problem = what;
-        return false;
-    };
+std::string xmlProblem(const std::string& text) {
     std::vector<std::string> open;
     for (std::size_t at = text.find('<'); at != std::string::npos; at = text.find('<', at + 1)) {
         const std::size_t end = text.find('>', at);
-        if (end == std::string::npos) return fail("unterminated tag");
+        if (end == std::string::npos) return "unterminated tag";
         const std::string tag = text.substr(at + 1, end - at - 1);
         at = end;
         if (tag.empty() || tag[0] == '?' || tag[0] == '!') continue;
-        if (countOf(tag, "\"") % 2 != 0) return fail("unbalanced quotes in <" + tag + ">");
+        if (countOf(tag, "\"") % 2 != 0) return "unbalanced quotes in <" + tag + ">";
         if (tag[0] == '/') {
-            if (open.empty() || open.back() != tag.substr(1)) return fail("stray <" + tag + ">");
+            if (open.empty() || open.back() != tag.substr(1)) return "stray <" + tag + ">";
             open.pop_back();
         } else if (tag.back() != '/') {
             open.push_back(tag.substr(0, tag.find_first_of(" \n\t")));
         }
     }
-    if (!open.empty()) return fail("unclosed <" + open.back() + ">");
-    return true;
+    return open.empty() ? "" : "unclosed <" + open.back() + ">";
 }
 
 int countOf(const std::string& text, const std::string& needle) {
