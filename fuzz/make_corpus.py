@@ -183,7 +183,7 @@ def interface_seeds():
         "fhr_int_limits": interface_seed(fhr=section([(fhr_code(INT_MIN), 50, 0),
                                                       (fhr_code(140), 1000, shape(jitter=4)),
                                                       (fhr_code(INT_MAX), 50, 0)])),
-        "toco_specials": interface_seed(uc=section(
+        "toco_extremes": interface_seed(uc=section(
             [(toco_code(v), 64, 0) for v in (0, -1, 99, 100, 101, 299, 300, 301, INT_MIN, INT_MAX)]
             + [(toco_code(12), 1024, 0)])),
         "fm_every_word": interface_seed(fm=section(

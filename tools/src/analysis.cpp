@@ -29,7 +29,7 @@ constexpr MethodSpec kMethods[] = {
     {Method::Uc, "uc", "Contraction", 0},
 };
 
-const MethodSpec& spec(Method method) {
+const MethodSpec& traitsOf(Method method) {
     for (const MethodSpec& candidate : kMethods) {
         if (candidate.method == method) return candidate;
     }
@@ -98,7 +98,7 @@ MethodResult runMethod(Method method, const Recording& recording, const std::vec
         for (const std::string& line : result.log) std::cerr << line << '\n';
     }
     std::memcpy(&result.record, call.words, sizeof result.record);
-    result.ok = word(result.record, spec(method).successWord) != -1;
+    result.ok = word(result.record, traitsOf(method).successWord) != -1;
     if (!result.ok) result.error = errorFromLog(result.log);
     result.accelerations =
         pairUp(call.location->accelerationStarts, call.location->accelerationEnds);
@@ -116,8 +116,8 @@ const std::vector<Method>& allMethods() {
     return methods;
 }
 
-std::string methodName(Method method) { return spec(method).name; }
-std::string methodTitle(Method method) { return spec(method).title; }
+std::string methodName(Method method) { return traitsOf(method).name; }
+std::string methodTitle(Method method) { return traitsOf(method).title; }
 
 std::vector<Method> parseMethods(const std::string& text) {
     if (text == "all") return allMethods();

@@ -82,16 +82,16 @@ json flagsAt(const QK4_FhrResult& record, int first, int count) {
 
 json namedWords(const MethodResult& result) {
     json words = json::object();
-    for (const WordSpec& spec : wordsOf(result.method)) {
-        switch (spec.kind) {
+    for (const WordSpec& field : wordsOf(result.method)) {
+        switch (field.kind) {
             case Kind::Int:
-                words[spec.name] = word(result.record, spec.index);
+                words[field.name] = word(result.record, field.index);
                 break;
             case Kind::Double:
-                words[spec.name] = wordAsDouble(result.record, spec.index);
+                words[field.name] = wordAsDouble(result.record, field.index);
                 break;
             case Kind::Flags:
-                words[spec.name] = flagsAt(result.record, spec.index, spec.count);
+                words[field.name] = flagsAt(result.record, field.index, field.count);
                 break;
         }
     }
