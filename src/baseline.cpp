@@ -151,7 +151,7 @@ namespace {
 
 constexpr int kLanes = 32;
 constexpr int kMaxBins = 300;
-// Lanes are handled in chunks of four doubles, each chunk sum kept in a register.
+// Lanes are handled in chunks of kChunk doubles, each chunk sum kept in a register.
 constexpr int kChunk = 8;
 constexpr int kChunks = kLanes / kChunk;
 typedef double Chunk
