@@ -1,20 +1,24 @@
-// Figures for the analysis runs and the baseline stages on synthetic recordings
-// of several lengths.  Run from any directory: the daily log goes to a
-// temporary directory and the log echo on standard output is discarded; the
-// figures are printed on standard error.
+// Figures for whole four-method runs and for the two baseline stages, at every
+// dispatch level this CPU runs, on synthetic recordings of 20, 60 and 180
+// minutes.  Every iteration analyses a recording made for it (outside the
+// timing), so no curve kept from an earlier call can answer it: the figures
+// are what a host sees for a recording new to the process.  Run from any
+// directory: the daily log goes to a temporary directory and the log echo on
+// standard output is discarded; the figures are printed on standard error.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <iostream>
-#include <map>
 #include <random>
+#include <string>
 
 #include "algorithm.h"
-#include "methods.h"
+#include "dispatch.h"
+#include "facade.h"
 
 namespace {
 
@@ -26,7 +30,7 @@ struct Recording {
 
 // A wandering baseline with variability, periodic contractions with a
 // deceleration after each, and an acceleration every few minutes.
-Recording synthetic(int minutes, int seed) {
+Recording synthetic(int minutes, unsigned seed) {
     std::mt19937 rng(seed);
     std::normal_distribution<double> jitter(0.0, 2.0);
     const int n = minutes * 60 * kRate;
@@ -47,104 +51,85 @@ Recording synthetic(int minutes, int seed) {
     return rec;
 }
 
-// Recordings by length; `variant` gives another recording of the same length.
-const Recording& recording(int minutes, int variant = 0) {
-    static std::map<std::pair<int, int>, Recording> made;
-    const auto key = std::make_pair(minutes, variant);
-    auto it = made.find(key);
-    if (it == made.end())
-        it = made.emplace(key, synthetic(minutes, minutes + 1000 * variant)).first;
-    return it->second;
+// A recording no earlier iteration has seen, made while the clock is stopped.
+Recording newRecording(benchmark::State& state, unsigned& seed) {
+    state.PauseTiming();
+    Recording rec = synthetic(static_cast<int>(state.range(0)), ++seed);
+    state.ResumeTiming();
+    return rec;
 }
 
-// The runs take turns among more recordings of the same length than the
-// library keeps recent baseline curves, so that no curve is handed out again.
-const Recording& inTurn(benchmark::State& state, int& turn) {
-    return recording(static_cast<int>(state.range(0)), turn++ % 5);
-}
-
-void Krebs(benchmark::State& state) {
-    QK4_CFhrKrebs method;
-    int turn = 0;
+// Krebs, Fischer, ACOG and the contraction method in a row, through the facade
+// the exported functions call.
+void allFourMethods(benchmark::State& state) {
+    QK4_CFhr& facade = *QK4_CFhr::instance();
+    unsigned seed = 0;
     for (auto _ : state) {
-        const Recording& rec = inTurn(state, turn);
-        benchmark::DoNotOptimize(method.calFhrScore(rec.fhr.data(), rec.fm.data(),
-                                                    static_cast<int>(rec.fhr.size()), kRate));
-    }
-}
-
-template <class Method>
-void ThreeTraceRun(benchmark::State& state) {
-    Method method;
-    int turn = 0;
-    for (auto _ : state) {
-        const Recording& rec = inTurn(state, turn);
-        benchmark::DoNotOptimize(method.calFhrScore(rec.fhr.data(), rec.uc.data(), rec.fm.data(),
-                                                    static_cast<int>(rec.fhr.size()), kRate));
-    }
-}
-
-void AllFourMethods(benchmark::State& state) {
-    QK4_CFhrKrebs krebs;
-    QK4_CFhrFischer2 fischer;
-    QK4_CFhrAcog acog;
-    QK4_CFhrUC uc;
-    int turn = 0;
-    for (auto _ : state) {
-        const Recording& rec = inTurn(state, turn);
+        const Recording rec = newRecording(state, seed);
         const int n = static_cast<int>(rec.fhr.size());
-        benchmark::DoNotOptimize(krebs.calFhrScore(rec.fhr.data(), rec.fm.data(), n, kRate));
+        benchmark::DoNotOptimize(facade.calFhrKrebs(rec.fhr.data(), rec.fm.data(), n, kRate));
         benchmark::DoNotOptimize(
-            fischer.calFhrScore(rec.fhr.data(), rec.uc.data(), rec.fm.data(), n, kRate));
+            facade.calFhrFischer2(rec.fhr.data(), rec.uc.data(), rec.fm.data(), n, kRate));
         benchmark::DoNotOptimize(
-            acog.calFhrScore(rec.fhr.data(), rec.uc.data(), rec.fm.data(), n, kRate));
+            facade.calFhrAcog(rec.fhr.data(), rec.uc.data(), rec.fm.data(), n, kRate));
         benchmark::DoNotOptimize(
-            uc.calFhrScore(rec.fhr.data(), rec.uc.data(), rec.fm.data(), n, kRate));
+            facade.calFhrUC(rec.fhr.data(), rec.uc.data(), rec.fm.data(), n, kRate));
     }
 }
 
-template <bool fast>
-void HeartRateBaseline(benchmark::State& state) {
-    const Recording& rec = recording(static_cast<int>(state.range(0)));
-    const int seconds = static_cast<int>(rec.fhr.size()) / kRate;
-    const BaselineShape shape{10, 300, 300};
+using BaselineForm = std::vector<double> (*)(const std::vector<int>&, int, int,
+                                             const BaselineShape&);
+
+// One baseline stage on the heart-rate or the toco trace of new recordings.
+void baselineStage(benchmark::State& state, BaselineForm form, bool toco) {
+    const BaselineShape shape = toco ? BaselineShape{20, 100, 300} : BaselineShape{10, 300, 300};
+    unsigned seed = 0;
     for (auto _ : state) {
+        const Recording rec = newRecording(state, seed);
+        const std::vector<int>& trace = toco ? rec.uc : rec.fhr;
         benchmark::DoNotOptimize(
-            fast ? weightedModeBaselineLanes(rec.fhr, seconds, kRate, shape)
-                 : weightedModeBaselineReference(rec.fhr, seconds, kRate, shape));
+            form(trace, static_cast<int>(trace.size()) / kRate, kRate, shape));
     }
 }
 
-template <bool fast>
-void ContractionBaseline(benchmark::State& state) {
-    const Recording& rec = recording(static_cast<int>(state.range(0)));
-    const int seconds = static_cast<int>(rec.uc.size()) / kRate;
-    const BaselineShape shape{20, 100, 300};
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(
-            fast ? weightedModeBaselineLanes(rec.uc, seconds, kRate, shape)
-                 : weightedModeBaselineReference(rec.uc, seconds, kRate, shape));
-    }
+// Registers `run` at the given level (forced before every run) for 20, 60 and
+// 180 minutes.
+void add(const std::string& name, DispatchLevel level, std::function<void(benchmark::State&)> run) {
+    benchmark::RegisterBenchmark(name.c_str(),
+                                 [level, run](benchmark::State& state) {
+                                     dispatch::force(level);
+                                     run(state);
+                                     dispatch::useDetected();
+                                 })
+        ->Arg(20)
+        ->Arg(60)
+        ->Arg(180)
+        ->Unit(benchmark::kMillisecond);
 }
 
-void lengths(benchmark::internal::Benchmark* b) {
-    b->Arg(20)->Arg(60)->Arg(120)->Arg(180)->Unit(benchmark::kMillisecond);
+void registerAll() {
+    const std::vector<DispatchLevel> levels = dispatch::available();
+    for (DispatchLevel level : levels) {
+        add(std::string("AllFourMethods/") + dispatch::name(level), level, allFourMethods);
+    }
+    for (bool toco : {false, true}) {
+        const std::string stage = toco ? "ContractionBaseline/" : "HeartRateBaseline/";
+        for (DispatchLevel level : levels) {
+            add(stage + dispatch::name(level), level, [toco](benchmark::State& state) {
+                baselineStage(state, weightedModeBaselineLanes, toco);
+            });
+        }
+        add(stage + "written form", dispatch::detected(), [toco](benchmark::State& state) {
+            baselineStage(state, weightedModeBaselineReference, toco);
+        });
+    }
 }
 
 }  // namespace
 
-BENCHMARK(Krebs)->Apply(lengths);
-BENCHMARK(ThreeTraceRun<QK4_CFhrFischer2>)->Name("Fischer")->Apply(lengths);
-BENCHMARK(ThreeTraceRun<QK4_CFhrAcog>)->Name("Acog")->Apply(lengths);
-BENCHMARK(ThreeTraceRun<QK4_CFhrUC>)->Name("UC")->Apply(lengths);
-BENCHMARK(AllFourMethods)->Apply(lengths);
-BENCHMARK(HeartRateBaseline<true>)->Name("HeartRateBaselineFast")->Apply(lengths);
-BENCHMARK(HeartRateBaseline<false>)->Name("HeartRateBaselinePlain")->Apply(lengths);
-BENCHMARK(ContractionBaseline<true>)->Name("ContractionBaselineFast")->Apply(lengths);
-BENCHMARK(ContractionBaseline<false>)->Name("ContractionBaselinePlain")->Apply(lengths);
-
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
+    registerAll();
     const std::filesystem::path dir = std::filesystem::temp_directory_path() / "ctgscore-bench";
     std::filesystem::create_directories(dir);
     if (chdir(dir.c_str()) != 0) return 2;

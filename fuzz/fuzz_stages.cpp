@@ -11,6 +11,7 @@
 
 #include "algorithm.h"
 #include "byte_reader.h"
+#include "dispatch.h"
 #include "trace_decoder.h"
 #include "utils.h"
 
@@ -24,6 +25,21 @@ void check(bool condition, const char* what) {
     if (condition) return;
     std::fprintf(stderr, "fuzz_stages: %s\n", what);
     std::abort();
+}
+
+bool sameDoubles(const std::vector<double>& a, const std::vector<double>& b) {
+    return a.size() == b.size() &&
+           (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0);
+}
+
+// Runs `body` at every dispatch level this CPU supports.
+template <class Body>
+void forEachLevel(Body body) {
+    for (DispatchLevel level : dispatch::available()) {
+        dispatch::force(level);
+        body();
+    }
+    dispatch::useDetected();
 }
 
 namespace values {
@@ -211,6 +227,11 @@ void smoothing(ByteReader& in) {
     std::vector<double> filtered{1.0};
     utils::filterlp(signal, filtered);
     check(filtered.size() == (signal.size() < 254 ? 0 : signal.size()), "filterlp: size");
+    forEachLevel([&] {
+        std::vector<double> again;
+        utils::filterlp(signal, again);
+        check(sameDoubles(again, filtered), "filterlp: levels differ");
+    });
 }
 
 void movements(ByteReader& in) {
@@ -342,8 +363,8 @@ void contractions(ByteReader& in) {
     for (int p : found.peaks) check(inside(p, uc.size()), "uc_detect: peak outside the trace");
 }
 
-// The lane-parallel baseline, computed or handed out again, must give exactly
-// the written form's doubles.
+// The lane-parallel baseline at every dispatch level, and computed or handed
+// out again, must give exactly the written form's doubles.
 void baselines(ByteReader& in) {
     const std::vector<int> trace = intTrace(in, kMaxBaselineSamples);
     const int sampleRate = in.intAround(1, 8);
@@ -360,15 +381,14 @@ void baselines(ByteReader& in) {
     const std::vector<double> reference =
         weightedModeBaselineReference(trace, seconds, sampleRate, shape);
     check(reference.size() == trace.size(), "baseline size");
-    const std::vector<double> lanes = weightedModeBaselineLanes(trace, seconds, sampleRate, shape);
-    // Twice: the second request for the same trace may be served from the kept curves.
-    const std::vector<double> first = weightedModeBaseline(trace, seconds, sampleRate, shape);
-    const std::vector<double> again = weightedModeBaseline(trace, seconds, sampleRate, shape);
-    for (const std::vector<double>* curve : {&lanes, &first, &again}) {
-        check(curve->size() == reference.size() &&
-                  (reference.empty() || std::memcmp(curve->data(), reference.data(),
-                                                    reference.size() * sizeof(double)) == 0),
+    forEachLevel([&] {
+        check(sameDoubles(weightedModeBaselineLanes(trace, seconds, sampleRate, shape), reference),
               "lane baseline differs from weightedModeBaselineReference");
+    });
+    // Twice: the second request for the same trace may be served from the kept curves.
+    for (int request = 0; request < 2; ++request) {
+        check(sameDoubles(weightedModeBaseline(trace, seconds, sampleRate, shape), reference),
+              "kept baseline differs from weightedModeBaselineReference");
     }
 }
 

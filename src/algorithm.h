@@ -218,6 +218,7 @@ struct BaselineWindow {
     int ahead = 0;                // look-ahead samples
     int behind = 0;               // look-back samples
     int middleEnd = 0;            // first output sample of the end region
+    int risingCount = 0;          // weights of the look-back (rising) part
     std::vector<double> weights;  // empty: the curve is all zeros
     WindowSpan span(int i, int length) const;
 };

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <deque>
 
 #include "algorithm.h"
@@ -7,11 +8,32 @@
 
 namespace utils {
 
+namespace {
+
+// Sorts ascending; a counting sort when the values span a short range (heart
+// rates, deceleration types), which gives the same sequence in linear time.
+void sortValues(std::vector<int>& data) {
+    if (data.empty()) return;
+    const auto [low, high] = std::minmax_element(data.begin(), data.end());
+    const int64_t lowest = *low;
+    const int64_t span = static_cast<int64_t>(*high) - lowest + 1;
+    if (span > 2 * static_cast<int64_t>(data.size()) + 4096) {
+        std::sort(data.begin(), data.end());
+        return;
+    }
+    std::vector<int> counts(static_cast<size_t>(span), 0);
+    for (int value : data) ++counts[value - lowest];
+    auto out = data.begin();
+    for (int64_t k = 0; k < span; ++k) out = std::fill_n(out, counts[k], static_cast<int>(lowest + k));
+}
+
+}  // namespace
+
 // Bin 0 takes everything up to the first midpoint, bin i the values in
 // [mid(i-1), mid(i)] not taken before; values above the last midpoint are
 // counted nowhere.
 void hist(std::vector<int> data, const std::vector<int>& edges, std::vector<int>& counts) {
-    std::sort(data.begin(), data.end());
+    sortValues(data);
     size_t p = 0;
     double lo = 0.0;
     for (size_t i = 0; i + 1 < edges.size(); ++i) {
@@ -74,6 +96,7 @@ BaselineWindow baselineWindow(int length, int seconds, int sampleRate) {
     for (double a : utils::linspace(0.0, 5.0, window.behind)) {
         window.weights.push_back(std::exp(a) / kExp5);
     }
+    window.risingCount = static_cast<int>(window.weights.size());
     const std::vector<double> falling = utils::linspace(2.0, 0.1, window.ahead + 1);
     for (size_t k = 1; k < falling.size(); ++k) {
         window.weights.push_back(std::exp(falling[k]) / kExp2);
@@ -138,211 +161,6 @@ std::vector<double> weightedModeBaselineReference(const std::vector<int>& trace,
     const BaselineWindow window = baselineWindow(n, seconds, sampleRate);
     if (window.weights.empty()) return curve;
     for (int i = 0; i < n; ++i) curve[i] = singleOutput(trace, window, shape, i);
-    return curve;
-}
-
-// The fast form computes kLanes neighbouring output samples at once.  Each lane
-// keeps its own histogram and receives exactly the weights of the written form,
-// in the same ascending sample order; samples outside a lane's window add +0.0,
-// which leaves a non-negative sum unchanged.  Bands without weight cannot win
-// (the best total starts at 0.0 and must be beaten strictly), so the band search
-// only visits bands that touch a filled bin.
-namespace {
-
-constexpr int kLanes = 32;
-constexpr int kMaxBins = 300;
-// Lanes are handled in chunks of kChunk doubles, each chunk sum kept in a register.
-constexpr int kChunk = 8;
-constexpr int kChunks = kLanes / kChunk;
-typedef double Chunk
-    __attribute__((vector_size(kChunk * sizeof(double)), aligned(sizeof(double)), may_alias));
-
-// Sample positions grouped by value: the positions of value v, ascending, are
-// positions[start[v] .. start[v + 1]).
-struct PositionsByValue {
-    std::vector<int> positions;
-    std::vector<int> start;
-
-    PositionsByValue(const std::vector<int>& trace, int maxValue) : start(maxValue + 2, 0) {
-        for (int value : trace) {
-            if (value >= 1 && value <= maxValue) ++start[value + 1];
-        }
-        for (int v = 1; v <= maxValue + 1; ++v) start[v] += start[v - 1];
-        positions.resize(start[maxValue + 1]);
-        std::vector<int> next(start.begin(), start.end() - 1);
-        for (int j = 0; j < static_cast<int>(trace.size()); ++j) {
-            const int value = trace[j];
-            if (value >= 1 && value <= maxValue) positions[next[value]++] = j;
-        }
-    }
-};
-
-// Fills histogram row v - 1 (v = 1 .. bins) with the sum, in ascending sample
-// order, of the kLanes consecutive weights padded[base + j ..] of every sample
-// j in [first, last] holding the value v.  Each row's sum stays in registers.
-// Returns the lowest and highest filled row through lowRow and highRow.
-__attribute__((target_clones("avx512f", "avx2", "default"))) void accumulateLanes(
-    const PositionsByValue& byValue, int first, int last, const double* padded, long base, int bins,
-    double* histogram, int& lowRow, int& highRow) {
-    lowRow = bins;
-    highRow = -1;
-    for (int v = 1; v <= bins; ++v) {
-        const int* begin = byValue.positions.data() + byValue.start[v];
-        const int* end = byValue.positions.data() + byValue.start[v + 1];
-        const int* from = std::lower_bound(begin, end, first);
-        const int* to = std::upper_bound(from, end, last);
-        Chunk* row = reinterpret_cast<Chunk*>(histogram + static_cast<long>(v - 1) * kLanes);
-        Chunk sum[kChunks] = {};
-        for (const int* p = from; p < to; ++p) {
-            const Chunk* weights = reinterpret_cast<const Chunk*>(padded + base + *p);
-            for (int c = 0; c < kChunks; ++c) sum[c] = sum[c] + weights[c];
-        }
-        for (int c = 0; c < kChunks; ++c) row[c] = sum[c];
-        if (from == to) continue;
-        lowRow = std::min(lowRow, v - 1);
-        highRow = v - 1;
-    }
-}
-
-// Bands whose approximate total (from prefix sums) falls this far, relative to
-// the whole histogram, below the approximate best cannot be the exact best:
-// the prefix and band sums over at most 300 bins err by less than 2^-43 of it.
-constexpr double kCandidateMargin = 0x1p-40;
-
-// bandEstimate for every lane of a lane histogram whose filled rows lie in
-// [lowRow, highRow].  Exact band totals, added in the written order, are formed
-// only for the bands that can hold the best total; the first band reaching the
-// best total is the same as in a search over every band.
-__attribute__((target_clones("avx512f", "avx2", "default"))) void bandEstimateLanes(
-    const double* histogram, int bins, int bandWidth, int lowRow, int highRow, double* estimates) {
-    double best[kLanes] = {};
-    int bestBand[kLanes];
-    std::fill(bestBand, bestBand + kLanes, -1);
-    const int firstBand = std::max(0, lowRow - bandWidth + 1);
-    const int lastBand = std::min(bins - bandWidth - 2, highRow);
-    const Chunk* rows = reinterpret_cast<const Chunk*>(histogram);
-    Chunk prefix[kMaxBins + 1];
-    for (int c = 0; c < kChunks; ++c) {
-        const int span = lastBand + bandWidth - firstBand;
-        prefix[0] = Chunk{};
-        for (int r = 0; r < span; ++r)
-            prefix[r + 1] = prefix[r] + rows[(firstBand + r) * kChunks + c];
-        Chunk bestApprox = prefix[0];
-        for (int t = firstBand; t <= lastBand; ++t) {
-            const Chunk approx = prefix[t - firstBand + bandWidth] - prefix[t - firstBand];
-            bestApprox = bestApprox > approx ? bestApprox : approx;
-        }
-        const Chunk threshold = bestApprox - prefix[span > 0 ? span : 0] * (2 * kCandidateMargin);
-        for (int t = firstBand; t <= lastBand; ++t) {
-            const Chunk approx = prefix[t - firstBand + bandWidth] - prefix[t - firstBand];
-            bool candidate = false;
-            for (int k = 0; k < kChunk; ++k) candidate = candidate || approx[k] >= threshold[k];
-            if (!candidate) continue;
-            Chunk total = rows[t * kChunks + c];
-            for (int m = 1; m < bandWidth; ++m) total = total + rows[(t + m) * kChunks + c];
-            for (int k = 0; k < kChunk; ++k) {
-                const int s = c * kChunk + k;
-                if (total[k] > best[s]) {
-                    best[s] = total[k];
-                    bestBand[s] = t;
-                }
-            }
-        }
-    }
-    for (int s = 0; s < kLanes; ++s) {
-        if (bestBand[s] < 0) {
-            estimates[s] = 0.0;
-            continue;
-        }
-        double moment = 0.0;
-        for (int m = 0; m < bandWidth; ++m) {
-            const int bin = bestBand[s] + m;
-            moment = moment + static_cast<double>(bin + 1) * histogram[bin * kLanes + s];
-        }
-        estimates[s] = moment / best[s];
-    }
-}
-
-// Weights of one region padded with kLanes zeros on both sides: entry
-// kLanes + k holds weights[k] for k in 0..lastIndex.
-std::vector<double> paddedWeights(const std::vector<double>& weights, int lastIndex) {
-    std::vector<double> padded(lastIndex + 1 + 2 * kLanes, 0.0);
-    std::copy(weights.begin(), weights.begin() + lastIndex + 1, padded.begin() + kLanes);
-    return padded;
-}
-
-class LaneBaseline {
-public:
-    LaneBaseline(const std::vector<int>& trace, const BaselineWindow& window,
-                 const BaselineShape& shape)
-        : window_(window),
-          shape_(shape),
-          n_(static_cast<int>(trace.size())),
-          // The start region never uses the last weight; the others use the
-          // first behind + ahead weights.
-          startWeights_(paddedWeights(window.weights, static_cast<int>(window.weights.size()) - 2)),
-          middleWeights_(paddedWeights(window.weights, window.behind + window.ahead - 1)),
-          byValue_(trace, std::max(shape.edgeBins, shape.tailBins)),
-          histogram_(static_cast<size_t>(std::max(shape.edgeBins, shape.tailBins)) * kLanes) {}
-
-    // Outputs i .. i + count - 1 (count <= kLanes), all in the region of output
-    // i.  Lanes beyond count follow the same region's formula on the same
-    // samples and are discarded.
-    void group(int i, int count, double* curve) {
-        const WindowSpan firstSpan = window_.span(i, n_);
-        const WindowSpan lastSpan = window_.span(i + count - 1, n_);
-        const bool start = i < window_.behind - 1;
-        const std::vector<double>& padded = start ? startWeights_ : middleWeights_;
-        // Weight index of output o at sample j: j - o + offset.
-        const long offset = start ? static_cast<long>(window_.weights.size()) - window_.ahead - 2
-                                  : window_.behind - 1;
-        // Row slot s holds output i + kLanes - 1 - s, so the lanes read ascending weights.
-        const long base = kLanes + offset - i - (kLanes - 1);
-        const int bins = firstSpan.tail ? shape_.tailBins : shape_.edgeBins;
-        int lowRow = 0, highRow = 0;
-        accumulateLanes(byValue_, firstSpan.first, lastSpan.last, padded.data(), base, bins,
-                        histogram_.data(), lowRow, highRow);
-        double estimates[kLanes];
-        bandEstimateLanes(histogram_.data(), bins, shape_.bandWidth, lowRow, highRow, estimates);
-        for (int s = kLanes - count; s < kLanes; ++s) curve[i + kLanes - 1 - s] = estimates[s];
-    }
-
-private:
-    const BaselineWindow& window_;
-    const BaselineShape& shape_;
-    int n_;
-    std::vector<double> startWeights_;
-    std::vector<double> middleWeights_;
-    PositionsByValue byValue_;
-    std::vector<double> histogram_;
-};
-
-// First output after the region (start, middle or end) of output i.
-int regionEnd(const BaselineWindow& window, int i, int length) {
-    if (i < window.behind - 1) return window.behind - 1;
-    return i < window.middleEnd ? window.middleEnd : length;
-}
-
-}  // namespace
-
-std::vector<double> weightedModeBaselineLanes(const std::vector<int>& trace, int seconds,
-                                              int sampleRate, const BaselineShape& shape) {
-    const int n = static_cast<int>(trace.size());
-    const BaselineWindow window = baselineWindow(n, seconds, sampleRate);
-    // Every weight index of the written form lies inside the profile when it is
-    // at least behind + ahead long; otherwise keep to the written form.
-    if (window.weights.empty() || std::max(shape.edgeBins, shape.tailBins) > kMaxBins ||
-        static_cast<long>(window.weights.size()) <
-            static_cast<long>(window.behind) + window.ahead) {
-        return weightedModeBaselineReference(trace, seconds, sampleRate, shape);
-    }
-    std::vector<double> curve(n, 0.0);
-    LaneBaseline lanes(trace, window, shape);
-    for (int i = 0; i < n;) {
-        const int count = std::min(kLanes, regionEnd(window, i, n) - i);
-        lanes.group(i, count, curve.data());
-        i += count;
-    }
     return curve;
 }
 

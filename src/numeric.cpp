@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "lane_kernels.h"
 #include "utils.h"
 
 namespace utils {
@@ -153,34 +154,6 @@ void moving_average(int window, const std::vector<int>& in, std::vector<int>& ou
     }
 }
 
-namespace {
-
-constexpr int kBlock = 8;
-typedef double Block
-    __attribute__((vector_size(kBlock * sizeof(double)), aligned(sizeof(double)), may_alias));
-
-// out[i - first] = the sum over all taps k, in tap order, of coeffslp[k] * in[i - k]
-// for every i in [first, n); kBlock neighbouring outputs are formed at once.
-__attribute__((target_clones("avx512f", "avx2", "default"))) void firOutputs(const double* in,
-                                                                             int first, int n,
-                                                                             double* out) {
-    int i = first;
-    for (; i + kBlock <= n; i += kBlock) {
-        Block acc = {};
-        for (int k = 0; k < kFilterTaps; ++k) {
-            acc = acc + coeffslp[k] * *reinterpret_cast<const Block*>(in + i - k);
-        }
-        *reinterpret_cast<Block*>(out + i - first) = acc;
-    }
-    for (; i < n; ++i) {
-        double acc = 0.0;
-        for (int k = 0; k < kFilterTaps; ++k) acc = acc + coeffslp[k] * in[i - k];
-        out[i - first] = acc;
-    }
-}
-
-}  // namespace
-
 // Output i sums the taps k < i only (so in[0] enters no output), outputs below
 // i = 127 are dropped for the group delay, and the head (i = 127 .. 252, whose
 // sums lack taps) is overwritten by output 253; the tail is padded with the
@@ -191,7 +164,7 @@ void filterlp(const std::vector<double>& in, std::vector<double>& out) {
     if (n < kFilterTaps + 1) return;
     const int head = kFilterTaps - kFilterDelay;  // index of output 253
     out.resize(n);
-    firOutputs(in.data(), kFilterTaps, n, out.data() + head);
+    firOutputs(coeffslp, kFilterTaps, in.data(), kFilterTaps, n, out.data() + head);
     std::fill(out.begin(), out.begin() + head, out[head]);
     std::fill(out.end() - kFilterDelay, out.end(), out[n - 1 - kFilterDelay]);
 }
