@@ -51,9 +51,9 @@ constexpr int kTermStride = 64;
 }  // namespace
 
 // Fits the model to the weight profile and measures how far it is off.
-WeightModel describeWeights(const BaselineWindow& window, int length, int bandWidth) {
+WeightModel describeWeights(const BaselineWindow& window, int length) {
     WeightModel model;
-    if (window.behind < 2 || window.ahead < 1 || bandWidth < 1) return model;
+    if (window.behind < 2 || window.ahead < 1) return model;
     model.rise = 5.0 / (window.behind - 1);
     model.fall = 1.9 / window.ahead;
     model.peak = window.behind - 1;
@@ -102,7 +102,7 @@ BandBounds::BandBounds(const std::vector<int>& trace, const BaselineWindow& wind
         lowestValue_ = std::min(lowestValue_, value);
         highestValue_ = std::max(highestValue_, value);
     }
-    pruning_ = model.usable && highestValue_ >= lowestValue_;
+    pruning_ = model.usable && bandWidth_ >= 1 && highestValue_ >= lowestValue_;
     if (!pruning_) return;
     for (RunningSums* sums : {&riseFrom_, &riseTo_, &fallFrom_, &fallTo_}) {
         sums->byValue.assign(maxValue_ + 1, 0.0);

@@ -24,7 +24,7 @@ struct WeightModel {
     double argumentBound = 0.0;  // bound on |rise * j|, |fall * j| and the like
     std::vector<double> riseTerms, fallTerms;
 };
-WeightModel describeWeights(const BaselineWindow& window, int length, int bandWidth);
+WeightModel describeWeights(const BaselineWindow& window, int length);
 
 struct CandidateBands {
     std::vector<int> bands;  // first bin of every candidate band, ascending

@@ -90,7 +90,7 @@ void bandEstimates(const double* histogram, const std::vector<int>& bands, int b
 
 // Everything of a request that depends only on its length, window and rate.
 struct LaneProfile {
-    int length, seconds, sampleRate, bandWidth;
+    int length, seconds, sampleRate;
     BaselineWindow window;
     WeightModel model;
     std::vector<double> startWeights, middleWeights;
@@ -98,17 +98,15 @@ struct LaneProfile {
 
 // The profile of the last request: the runs of one recording ask for curves of
 // the same length again and again.
-const LaneProfile& laneProfile(int length, int seconds, int sampleRate, int bandWidth) {
-    static LaneProfile last{-1, 0, 0, 0, {}, {}, {}, {}};
-    if (last.length == length && last.seconds == seconds && last.sampleRate == sampleRate &&
-        last.bandWidth == bandWidth) {
+const LaneProfile& laneProfile(int length, int seconds, int sampleRate) {
+    static LaneProfile last{-1, 0, 0, {}, {}, {}, {}};
+    if (last.length == length && last.seconds == seconds && last.sampleRate == sampleRate) {
         return last;
     }
-    last = {length, seconds, sampleRate, bandWidth, baselineWindow(length, seconds, sampleRate),
-            {}, {}, {}};
+    last = {length, seconds, sampleRate, baselineWindow(length, seconds, sampleRate), {}, {}, {}};
     const BaselineWindow& window = last.window;
     if (window.weights.empty()) return last;
-    last.model = describeWeights(window, length, bandWidth);
+    last.model = describeWeights(window, length);
     // The start region never uses the last weight; the others use the first
     // behind + ahead weights.
     last.startWeights = paddedWeights(window.weights, static_cast<int>(window.weights.size()) - 2);
@@ -196,7 +194,7 @@ int regionEnd(const BaselineWindow& window, int i, int length) {
 std::vector<double> weightedModeBaselineLanes(const std::vector<int>& trace, int seconds,
                                               int sampleRate, const BaselineShape& shape) {
     const int n = static_cast<int>(trace.size());
-    const LaneProfile& profile = laneProfile(n, seconds, sampleRate, shape.bandWidth);
+    const LaneProfile& profile = laneProfile(n, seconds, sampleRate);
     const BaselineWindow& window = profile.window;
     // Every weight index of the written form lies inside the profile when it is
     // at least behind + ahead long; otherwise keep to the written form.

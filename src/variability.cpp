@@ -133,6 +133,7 @@ void QK4_CFhrAlgorithm::cal_bpm_var(const std::vector<int>& fhr, int /*sampleRat
     std::vector<double> swingPositions;
     int qualifyingSwings = 0;
     double cycles = 0.0;
+    bool counted = false;
     const int64_t n = static_cast<int64_t>(fhr.size());
     for (size_t k = 0; k < segments; ++k) {
         const int64_t s = segStart[k], e = segEnd[k];
@@ -155,8 +156,13 @@ void QK4_CFhrAlgorithm::cal_bpm_var(const std::vector<int>& fhr, int /*sampleRat
             }
             if (swing > params.varCycleMin) swingPositions.push_back(peakPositions[t]);
         }
-        countCycles(swingPositions, cycles);
+        counted = true;
     }
+    // The cycles are counted over the list so far after every analysed
+    // segment.  The list only grows, and a longer list never lowers the count
+    // from any base index, so the count over the final list is the largest of
+    // them all: one count at the end gives the same frequency.
+    if (counted) countCycles(swingPositions, cycles);
     // With no qualifying swing this is 0.0 / 0 at run time: a NaN amplitude.
     amplitude = utils::sum(amplitudeSum) / static_cast<double>(qualifyingSwings);
     frequency = cycles;
