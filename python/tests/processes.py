@@ -26,3 +26,36 @@ def kill_analysis_of(path, timeout=60):
                 return pid
         time.sleep(0.05)
     raise AssertionError(f"no analysis process of {path} appeared within {timeout} s")
+
+
+def _parent_of(pid):
+    with open(f"/proc/{pid}/stat", "rb") as file:
+        return int(file.read().rsplit(b")", 1)[1].split()[1])
+
+
+def kill_parent_of_an_analysis(parents, timeout=60):
+    """Waits for an analysis process whose parent is one of `parents` and kills
+    that parent with SIGKILL; returns the parent's pid."""
+    deadline = time.monotonic() + timeout
+    while time.monotonic() < deadline:
+        for pid, words in _command_lines():
+            if b"ctgscore._child" not in words:
+                continue
+            try:
+                parent = _parent_of(pid)
+            except (OSError, ValueError, IndexError):
+                continue
+            if parent in parents:
+                os.kill(parent, signal.SIGKILL)
+                return parent
+        time.sleep(0.02)
+    raise AssertionError(f"no analysis process under {parents} appeared within {timeout} s")
+
+
+def alive(pid):
+    """Whether the process exists and is not a zombie."""
+    try:
+        with open(f"/proc/{pid}/stat", "rb") as file:
+            return file.read().rsplit(b")", 1)[1].split()[0] != b"Z"
+    except OSError:
+        return False
