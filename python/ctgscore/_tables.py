@@ -314,10 +314,7 @@ def _run_local(files, options, jobs, timeout, bar):
 
 def _run_on_cluster(files, options, client, timeout, bar):
     from distributed import as_completed
-    try:
-        from distributed.scheduler import KilledWorker
-    except ImportError:  # pragma: no cover - older layouts
-        from distributed import KilledWorker
+    from distributed.scheduler import KilledWorker
     futures = client.map(analyse_in_child, files, options=options, timeout=timeout, pure=False)
     index_of = {future.key: index for index, future in enumerate(futures)}
     rows = [None] * len(files)
