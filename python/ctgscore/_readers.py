@@ -18,6 +18,7 @@ import numpy
 
 from . import _cfuncs
 from ._errors import RecordingError, RecordingNotFoundError
+from ._traces import check_rate
 
 CHANNELS = (1, 2, "max")
 RECORDING_EXTENSIONS = (".csv", ".fhr", ".hea")
@@ -480,7 +481,6 @@ def read(path, fhr_channel=1, rate=4):
     """
     if fhr_channel not in CHANNELS or isinstance(fhr_channel, bool):
         raise ValueError(f"fhr_channel must be 1, 2 or 'max', got {fhr_channel!r}")
-    from ._traces import check_rate
     rate = check_rate(rate)
     path = os.fspath(path)
     extension = os.path.splitext(path)[1].lower()

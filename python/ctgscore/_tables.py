@@ -24,6 +24,7 @@ import tempfile
 from . import _analysis, _readers, _results
 from ._errors import AnalysisError, RecordingError, RecordingNotFoundError
 from ._parameters import Parameters
+from ._traces import check_rate
 
 # (column, pandas dtype): the table's columns in order.
 COLUMNS = (
@@ -268,7 +269,6 @@ def options_for(methods, rate, fhr_channel, params):
     """The JSON-ready options every analysis process gets."""
     if fhr_channel not in _readers.CHANNELS or isinstance(fhr_channel, bool):
         raise ValueError(f"fhr_channel must be 1, 2 or 'max', got {fhr_channel!r}")
-    from ._traces import check_rate
     if params is not None:
         if not isinstance(params, Parameters):
             raise TypeError(f"params must be a Parameters or None, got {type(params).__name__}")
