@@ -116,8 +116,8 @@ TEST(Batch, ResumingAKilledRunGivesTheFileOfOneUninterruptedRun) {
     const std::size_t third = whole.find('\n', whole.find('\n') + 1) + 1;
     std::ofstream("resumed.jsonl", std::ios::app) << whole.substr(third, 40);
 
-    const tooltest::ToolRun resumed = tooltest::runTool(
-        {"batch", "folder", "--out", "resumed.jsonl", "--resume", "--jobs", "2"});
+    const tooltest::ToolRun resumed =
+        tooltest::runTool({"batch", "folder", "--out", "resumed.jsonl", "--resume", "--jobs", "2"});
     EXPECT_EQ(resumed.exitCode, 0);
     EXPECT_NE(resumed.err.find("5 recordings (2 from the earlier run), 1 not read"),
               std::string::npos)

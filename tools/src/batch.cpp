@@ -227,7 +227,8 @@ KeptLines keepCompleteLines(const std::string& output) {
     if (complete < text.size()) {
         std::error_code error;
         fs::resize_file(output, complete, error);
-        if (error) throw InputError(output, "cannot drop the partial last line: " + error.message());
+        if (error)
+            throw InputError(output, "cannot drop the partial last line: " + error.message());
     }
     std::istringstream lines(text.substr(0, complete));
     for (std::string line; std::getline(lines, line);) {
