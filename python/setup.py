@@ -1,27 +1,86 @@
-"""Records where libctgscore lives in the installed package.
+"""Builds libctgscore with CMake and places it inside the package.
 
-The folders named by CTGSCORE_LIBRARY_DIR (separated by os.pathsep) when the
-package is built are written into ctgscore/_install_paths.py of the build,
-so the installed package finds the library there without any environment
-variable.  The source tree keeps an empty list.
+`pip install --no-build-isolation ./python` (pip builds the folder in place)
+configures the project one folder up with CMake in python/build/cmake, builds
+the shared library only, in release mode, and copies libctgscore.so.1 into
+the package, where ctgscore._library finds it without any environment
+variable.  A second install reuses that build folder, so only what changed
+is compiled again.
+
+The search order of ctgscore._library stays for those who point at their own
+build: when CTGSCORE_LIBRARY_DIR (folders separated by os.pathsep) is set at
+build time, those folders are recorded in ctgscore/_install_paths.py of the
+build and no library is built.  Without the project's sources beside it (a
+copy of python/ alone), the package is built without a library and finds one
+through the same search order.
 """
 
+import glob
 import os
+import shutil
+import subprocess
 
-from setuptools import setup
+from setuptools import Distribution, setup
 from setuptools.command.build_py import build_py
 
+HERE = os.path.dirname(os.path.abspath(__file__))
+PROJECT = os.path.dirname(HERE)
+LIBRARY_FILE = "libctgscore.so.1"
 
-class BuildPyRecordingLibraryDirs(build_py):
+
+def _project_sources():
+    """The project folder when this package sits in it, else None."""
+    markers = ("CMakeLists.txt", os.path.join("include", "ctgscore.h"))
+    if all(os.path.isfile(os.path.join(PROJECT, marker)) for marker in markers):
+        return PROJECT
+    return None
+
+
+def _recorded_folders():
+    folders = os.environ.get("CTGSCORE_LIBRARY_DIR", "")
+    return tuple(os.path.abspath(folder) for folder in folders.split(os.pathsep) if folder)
+
+
+def _build_library(project, build_dir):
+    """Configures and builds the shared library; returns the built file."""
+    cmake = shutil.which("cmake")
+    if cmake is None:
+        raise RuntimeError("building libctgscore needs CMake (Debian: apt-get install cmake "
+                           "g++ make), or set CTGSCORE_LIBRARY_DIR to the folder of a library "
+                           "built already")
+    subprocess.run([cmake, "-S", project, "-B", build_dir, "-DCMAKE_BUILD_TYPE=Release",
+                    "-DCTGSCORE_BUILD_TESTS=OFF", "-DCTGSCORE_BUILD_TOOLS=OFF",
+                    "-DCTGSCORE_BUILD_BENCH=OFF", "-DCTGSCORE_SANITIZE=OFF"], check=True)
+    subprocess.run([cmake, "--build", build_dir, "--target", "ctgscore",
+                    "-j", str(os.cpu_count() or 1)], check=True)
+    built = os.path.join(build_dir, LIBRARY_FILE)
+    if not os.path.exists(built):
+        raise RuntimeError(f"the CMake build did not produce {built}")
+    return os.path.realpath(built)
+
+
+class BuildPyWithLibrary(build_py):
     def run(self):
         super().run()
-        folders = os.environ.get("CTGSCORE_LIBRARY_DIR", "")
-        library_dirs = tuple(os.path.abspath(folder)
-                             for folder in folders.split(os.pathsep) if folder)
-        target = os.path.join(self.build_lib, "ctgscore", "_install_paths.py")
-        with open(target, "w", encoding="utf-8") as module:
+        package = os.path.join(self.build_lib, "ctgscore")
+        folders = _recorded_folders()
+        with open(os.path.join(package, "_install_paths.py"), "w", encoding="utf-8") as module:
             module.write('"""Folders searched for libctgscore, recorded at install time."""\n\n'
-                         f"LIBRARY_DIRS = {library_dirs!r}\n")
+                         f"LIBRARY_DIRS = {folders!r}\n")
+        for stale in glob.glob(os.path.join(package, "libctgscore.so*")):
+            os.remove(stale)
+        project = _project_sources()
+        if folders or project is None:
+            return
+        built = _build_library(project, os.path.join(HERE, "build", "cmake"))
+        shutil.copyfile(built, os.path.join(package, LIBRARY_FILE))
 
 
-setup(cmdclass={"build_py": BuildPyRecordingLibraryDirs})
+class BinaryDistribution(Distribution):
+    """The wheel holds a compiled library, so it is tagged for this platform."""
+
+    def has_ext_modules(self):
+        return _project_sources() is not None and not _recorded_folders()
+
+
+setup(cmdclass={"build_py": BuildPyWithLibrary}, distclass=BinaryDistribution)

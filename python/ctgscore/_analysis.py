@@ -14,6 +14,7 @@ from . import _library, _results, _traces
 from ._capture import captured_stdout
 from ._errors import AnalysisError
 from ._parameters import Parameters
+from ._readers import Recording
 
 METHODS = ("krebs", "fischer", "acog", "uc")
 
@@ -138,19 +139,34 @@ def _run(api, method, fhr, uc, fm, rate):
                           functions.baseline().contents)
 
 
-def analyze(fhr, uc=None, fm=None, rate=4, method="krebs", params=None):
+def _unpack_recording(fhr, uc, fm, rate):
+    """(fhr, uc, fm, rate, recording) with a Recording's traces taken apart."""
+    if not isinstance(fhr, Recording):
+        return fhr, uc, fm, 4 if rate is None else rate, None
+    recording = fhr
+    if uc is not None or fm is not None:
+        raise TypeError("analyze takes a Recording or traces, not both: leave uc and fm out")
+    if rate is not None and rate != recording.rate:
+        raise ValueError(f"rate={rate!r} differs from the recording's own rate "
+                         f"({recording.rate}); leave rate out for a Recording")
+    return recording.fhr, recording.uc, recording.fm, recording.rate, recording
+
+
+def analyze(fhr, uc=None, fm=None, rate=None, method="krebs", params=None):
     """Analyses one recording and returns the result of `method`.
 
-    fhr: heart rate in bpm, one integer per sample.
+    fhr: a Recording (see ctgscore.read), which brings its own uc, fm and
+        rate; or the heart rate in bpm, one integer per sample.
     uc: contraction trace, one integer per sample, same length as fhr; needed
         by every method but "krebs".
     fm: fetal movement mark words, ONE WORD PER SECOND: exactly
         len(fhr) // rate values (for per-sample marks pass fm[::rate]).  Bit
         value 4 and/or 8 marks a movement, as chosen by Parameters.fm_mode.
         None means no marks (all 0).
-    rate: samples per second (the research recordings use 4).
+    rate: samples per second of the traces (default 4; the research
+        recordings use 4).  A Recording's own rate is used for it.
     method: "krebs", "fischer", "acog", "uc", or "all", which runs the four in
-        that order and returns {method: result}.
+        that order and returns a Results, a dict {method: result}.
     params: a Parameters to run with; the library's stored parameters are
         restored afterwards.  None runs with the stored ones (see
         set_parameters; the library's defaults until then).
@@ -159,9 +175,11 @@ def analyze(fhr, uc=None, fm=None, rate=4, method="krebs", params=None):
     TypeError or ValueError for unusable input before calling the library,
     and AnalysisError (with the library's error text) when the library
     rejects the recording, e.g. one shorter than one minute (five for
-    "fischer").  With method="all" the first failing method raises.
+    "fischer").  With method="all" the first failing method raises.  The
+    results of a Recording keep it (result.recording) for plots.
     """
     methods = _methods(method)
+    fhr, uc, fm, rate, recording = _unpack_recording(fhr, uc, fm, rate)
     rate = _traces.check_rate(rate)
     fhr_trace, uc_trace, fm_trace = _prepare(fhr, uc, fm, rate, methods)
     if params is not None:
@@ -173,4 +191,6 @@ def analyze(fhr, uc=None, fm=None, rate=4, method="krebs", params=None):
         with _parameters_in_force(api, params):
             results = {name: _run(api, name, fhr_trace, uc_trace, fm_trace, rate)
                        for name in methods}
-    return results if method == "all" else results[method]
+    for result in results.values():
+        result._attach(recording)
+    return _results.Results(results) if method == "all" else results[method]

@@ -25,3 +25,26 @@ class AnalysisError(CtgScoreError):
         self.reason = reason
         self.log_lines = tuple(log_lines)
         self.raw_words = tuple(raw_words)
+
+
+class RecordingError(CtgScoreError, ValueError):
+    """A file could not be read as a recording.
+
+    The message is "<file>: <problem>", the command-line tool's own text.
+    Attributes: path (the file concerned) and problem.
+    """
+
+    def __init__(self, path, problem):
+        super().__init__(f"{path}: {problem}")
+        self.path = str(path)
+        self.problem = problem
+
+    def __str__(self):
+        return f"{self.path}: {self.problem}"
+
+    def __reduce__(self):
+        return type(self), (self.path, self.problem)
+
+
+class RecordingNotFoundError(RecordingError, FileNotFoundError):
+    """The recording file (or a file it names) does not exist."""

@@ -6,9 +6,10 @@ Search order (the first that loads wins):
    folder that holds it.  When it is set, nothing else is tried, so a wrong
    value is reported instead of silently loading some other copy.
 2. The folders recorded when the package was installed (CTGSCORE_LIBRARY_DIR
-   at build time, see setup.py), then the lib folder of the Python prefix
-   (sys.prefix/lib, where `cmake --install build --prefix "$VIRTUAL_ENV"`
-   puts it).
+   at build time, see setup.py), then the package's own folder (where
+   `pip install ./python` places the library it builds), then the lib
+   folder of the Python prefix (sys.prefix/lib, where
+   `cmake --install build --prefix "$VIRTUAL_ENV"` puts it).
 3. The system search path: dlopen("libctgscore.so.1") (LD_LIBRARY_PATH, the
    ldconfig cache, /lib, /usr/lib), then ctypes.util.find_library("ctgscore").
 """
@@ -22,6 +23,7 @@ from . import _install_paths
 from ._errors import CtgScoreError, LibraryNotFoundError
 
 LIBRARY_ENV = "CTGSCORE_LIBRARY"
+PACKAGE_DIR = os.path.dirname(os.path.abspath(__file__))
 LIBRARY_FILE_NAMES = ("libctgscore.so.1", "libctgscore.so")
 RESULT_WORDS = 54
 
@@ -118,7 +120,7 @@ def _env_candidates(value):
 
 
 def _folder_candidates():
-    folders = list(_install_paths.LIBRARY_DIRS) + [os.path.join(sys.prefix, "lib")]
+    folders = list(_install_paths.LIBRARY_DIRS) + [PACKAGE_DIR, os.path.join(sys.prefix, "lib")]
     return [path for folder in folders for path in _files_in(folder)]
 
 
@@ -156,8 +158,9 @@ def _try_system(tried):
 
 _HOW_TO_POINT = (
     "Set CTGSCORE_LIBRARY to the library file (e.g. build/libctgscore.so) or its folder, "
-    "reinstall the package with CTGSCORE_LIBRARY_DIR set to that folder, or install the "
-    "library on the system search path (cmake --install, then ldconfig).")
+    "install the package with pip from the project's python/ folder (which builds the "
+    "library into it), reinstall it with CTGSCORE_LIBRARY_DIR set to that folder, or install "
+    "the library on the system search path (cmake --install, then ldconfig).")
 
 
 def load():

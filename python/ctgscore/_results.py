@@ -9,12 +9,9 @@ import dataclasses
 import struct
 from typing import Any, Tuple
 
-from ._errors import CtgScoreError
+import numpy
 
-try:
-    import numpy
-except ImportError:
-    numpy = None
+from ._errors import CtgScoreError
 
 Pairs = Tuple[Tuple[int, int], ...]
 SecondPairs = Tuple[Tuple[float, float], ...]
@@ -35,8 +32,9 @@ class Result:
     accelerations_seconds, decelerations_seconds: the same in seconds
         (sample index / rate).
     baseline: the heart-rate baseline curve, one value per sample (a numpy
-        array when numpy is installed, else a list of floats); left out of
-        comparisons between results.
+        array); left out of comparisons between results.
+    In Jupyter a result shows as its score table, under the strip chart when
+    it came from a Recording.
     """
 
     method: str
@@ -47,6 +45,27 @@ class Result:
     accelerations_seconds: SecondPairs
     decelerations_seconds: SecondPairs
     baseline: Any = dataclasses.field(repr=False, compare=False)
+
+    @property
+    def recording(self):
+        """The Recording analysed, when analyze was given one, else None."""
+        return getattr(self, "_recording", None)
+
+    def _attach(self, recording):
+        object.__setattr__(self, "_recording", recording)
+
+    def events(self):
+        """A pandas DataFrame of this run's events: method, kind
+        ("acceleration", "deceleration", "contraction_peak",
+        "contraction_end"), start and end in samples and in seconds."""
+        return events_frame([self])
+
+    def score_items(self):
+        """(item, finding, points or None) rows: the score in words."""
+        return score_items(self)
+
+    def _repr_html_(self):
+        return _html_with_chart([self])
 
 
 @dataclasses.dataclass(frozen=True)
@@ -243,10 +262,8 @@ def _in_seconds(pairs, rate):
 
 def _curve(record):
     if record.count == 0:
-        return numpy.zeros(0) if numpy is not None else []
-    if numpy is not None:
-        return numpy.ctypeslib.as_array(record.data, shape=(record.count,)).copy()
-    return record.data[:record.count]
+        return numpy.zeros(0)
+    return numpy.ctypeslib.as_array(record.data, shape=(record.count,)).copy()
 
 
 def build(method, rate, words, location, baseline):
@@ -262,3 +279,143 @@ def build(method, rate, words, location, baseline):
                         decelerations_seconds=_in_seconds(decelerations, rate),
                         baseline=_curve(baseline),
                         **result_class._fields(words))
+
+
+# ---- events, score tables and notebook display -------------------------------------
+
+EVENT_COLUMNS = ("method", "kind", "start", "end", "start_s", "end_s")
+
+
+def _event_rows(result):
+    """(method, kind, start, end) of every event of a result.
+
+    The contraction method reports no contraction spans, only the last
+    contraction's peak and end and the previous contraction's end (words 5, 4
+    and 6), so its events are points: kind "contraction_peak" or
+    "contraction_end", with start == end.
+    """
+    rows = [(result.method, "acceleration", start, end) for start, end in result.accelerations]
+    rows += [(result.method, "deceleration", start, end) for start, end in result.decelerations]
+    if isinstance(result, UcResult) and result.last_peak_to_end != -1:
+        rows += [(result.method, "contraction_end", result.previous_end, result.previous_end),
+                 (result.method, "contraction_peak", result.last_peak, result.last_peak),
+                 (result.method, "contraction_end", result.last_end, result.last_end)]
+    return rows
+
+
+def events_frame(results):
+    """A pandas DataFrame of the events of several results, in their order."""
+    import pandas
+    rows = [(method, kind, start, end, start / result.rate, end / result.rate)
+            for result in results for method, kind, start, end in _event_rows(result)]
+    frame = pandas.DataFrame(rows, columns=list(EVENT_COLUMNS))
+    return frame.astype({"start": "int64", "end": "int64", "start_s": "float64",
+                         "end_s": "float64"})
+
+
+def _fixed(value, digits):
+    return "not measurable" if value != value else f"{value:.{digits}f}"
+
+
+def score_items(result):
+    """(item, finding, points or None) rows, the score in words a clinician reads."""
+    if isinstance(result, UcResult):
+        measured = result.last_peak_to_end != -1
+        rows = [("intensity rating", f"strongest contraction {result.peak_value}" if measured
+                 else "fewer than two contractions", result.rating),
+                ("baseline", f"{result.baseline_fhr} bpm", None)]
+        if measured:
+            rate = result.rate
+            rows += [("last contraction", f"peak at {result.last_peak / rate:.0f} s, end at "
+                                          f"{result.last_end / rate:.0f} s", None),
+                     ("previous contraction", f"ended at {result.previous_end / rate:.0f} s",
+                      None)]
+        return rows
+    deep = ("" if isinstance(result, KrebsResult)
+            else f", {result.deceleration_count} deep")
+    found = (result.deceleration_count if isinstance(result, KrebsResult)
+             else result.deceleration_extra)
+    points = {}
+    if isinstance(result, (KrebsResult, FischerResult)):
+        points = dict(baseline=result.baseline_score, amplitude=result.amplitude_score,
+                      frequency=result.frequency_score,
+                      accelerations=result.acceleration_score,
+                      decelerations=result.deceleration_score)
+    rows = [("baseline", f"{result.baseline_fhr} bpm", points.get("baseline")),
+            ("variability amplitude", f"{_fixed(result.variability_amplitude, 1)} bpm",
+             points.get("amplitude")),
+            ("oscillation frequency", _fixed(result.oscillation_frequency, 0),
+             points.get("frequency")),
+            ("accelerations", str(result.acceleration_count), points.get("accelerations")),
+            ("decelerations", f"{found}{deep}", points.get("decelerations"))]
+    if isinstance(result, KrebsResult):
+        rows.append(("fetal movements", str(result.movement_count), result.movement_score))
+    if isinstance(result, FischerResult):
+        rows.append(("strong contractions", "two or more" if result.strong_contraction_flag
+                     else "fewer than two", None))
+    if isinstance(result, AcogResult):
+        for label, flags in (("ACOG baseline flags", result.baseline_flags),
+                             ("ACOG variability flags", result.variability_flags),
+                             ("ACOG acceleration flags", result.acceleration_flags),
+                             ("ACOG early deceleration flags", result.deceleration_flags_a),
+                             ("ACOG late deceleration flags", result.deceleration_flags_b),
+                             ("ACOG delayed deceleration flags", result.deceleration_flags_c),
+                             ("ACOG pattern flags", result.pattern_flags)):
+            rows.append((label, "".join(map(str, flags)), None))
+    return rows
+
+
+MAX_SCORES = {"krebs": 12, "fischer": 10, "uc": 2}
+TITLES = {"krebs": "Krebs", "fischer": "Fischer", "acog": "ACOG", "uc": "Contraction"}
+
+
+def total_of(result):
+    """(total, maximum) of a scored method, else None."""
+    if result.method not in MAX_SCORES:
+        return None
+    total = result.rating if isinstance(result, UcResult) else result.total_score
+    return total, MAX_SCORES[result.method]
+
+
+def _html_table(results):
+    import html
+    parts = ['<table class="ctgscore-scores"><thead><tr><th>method</th><th>item</th>'
+             '<th>finding</th><th>points</th></tr></thead><tbody>']
+    for result in results:
+        total = total_of(result)
+        heading = TITLES[result.method] + (f" {total[0]}/{total[1]}" if total else "")
+        for index, (item, finding, points) in enumerate(score_items(result)):
+            parts.append("<tr><td>{}</td><td>{}</td><td>{}</td><td>{}</td></tr>".format(
+                f"<b>{html.escape(heading)}</b>" if index == 0 else "", html.escape(item),
+                html.escape(finding), "" if points is None else points))
+    parts.append("</tbody></table>")
+    return "".join(parts)
+
+
+def _html_with_chart(results):
+    import base64
+    text = _html_table(results)
+    recording = results[0].recording if results else None
+    if recording is None:
+        return text
+    try:
+        from . import _plot
+        png = _plot.png_bytes(recording, list(results))
+    except ImportError:  # matplotlib absent: the table alone
+        return text
+    return (f'<img src="data:image/png;base64,{base64.b64encode(png).decode()}"/>' + text)
+
+
+class Results(dict):
+    """{method: result} of analyze(..., method="all"), in the order run."""
+
+    def events(self):
+        """The events of every method, as one pandas DataFrame."""
+        return events_frame(list(self.values()))
+
+    @property
+    def recording(self):
+        return next(iter(self.values())).recording if self else None
+
+    def _repr_html_(self):
+        return _html_with_chart(list(self.values()))

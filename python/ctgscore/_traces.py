@@ -5,10 +5,7 @@ import ctypes
 import numbers
 import operator
 
-try:
-    import numpy
-except ImportError:
-    numpy = None
+import numpy
 
 INT32_MIN = -2**31
 INT32_MAX = 2**31 - 1
@@ -71,7 +68,7 @@ def as_trace(name, values):
         raise TypeError(f"{name} is None: this analysis needs the {name} trace")
     if isinstance(values, (str, bytes)):
         raise TypeError(f"{name} must be a sequence of integers, got {type(values).__name__}")
-    if numpy is not None and isinstance(values, numpy.ndarray) and values.dtype.kind != "O":
+    if isinstance(values, numpy.ndarray) and values.dtype.kind != "O":
         return _from_numpy(name, values)
     return _from_sequence(name, values)
 

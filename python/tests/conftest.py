@@ -21,9 +21,25 @@ def in_temporary_directory(tmp_path, monkeypatch):
     monkeypatch.chdir(tmp_path)
 
 
+def _built_program(variable):
+    program = os.environ.get(variable)
+    if not program:
+        pytest.skip(f"{variable} is not set (the tests run it through CTest)")
+    return program
+
+
 @pytest.fixture
 def reference_driver():
-    driver = os.environ.get("CTGSCORE_REFERENCE_DRIVER")
-    if not driver:
-        pytest.skip("CTGSCORE_REFERENCE_DRIVER is not set (the tests run it through CTest)")
-    return driver
+    return _built_program("CTGSCORE_REFERENCE_DRIVER")
+
+
+@pytest.fixture
+def reader_driver():
+    """The command-line tool's readers, writing what they read as JSON lines."""
+    return _built_program("CTGSCORE_READER_DRIVER")
+
+
+@pytest.fixture
+def tool():
+    """The ctgscore command-line tool."""
+    return _built_program("CTGSCORE_TOOL")

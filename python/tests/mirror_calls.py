@@ -5,8 +5,7 @@ through the C++ interface, and writes the results in the driver's text form:
 
 MODE: "each" (one analyze call per method, parameters set beforehand),
 "all" (method="all"), "params" (parameters passed to every analyze call),
-"numpy" (numpy arrays as input) or "no-numpy" (the package imported with
-numpy hidden).
+or "numpy" (numpy arrays as input).
 """
 
 import pathlib
@@ -14,9 +13,6 @@ import struct
 import sys
 
 OUTPUT, RATE, METHODS, PARAMETERS, MODE, *CSVS = sys.argv[1:]
-if MODE == "no-numpy":
-    sys.modules["numpy"] = None  # makes `import numpy` fail
-
 sys.path[:0] = [str(pathlib.Path(__file__).parent), str(pathlib.Path(__file__).parents[1])]
 import ctgscore  # noqa: E402
 import recordings  # noqa: E402
@@ -32,8 +28,6 @@ def format_run(out, name, method, words, result):
                          ("deceleration", result.decelerations)):
         out.append(" ".join([f"{kind}_starts"] + [str(start) for start, _ in events]))
         out.append(" ".join([f"{kind}_ends"] + [str(end) for _, end in events]))
-    if MODE == "no-numpy":
-        assert isinstance(result.baseline, list)
     bits = (struct.unpack("=Q", struct.pack("=d", value))[0] for value in result.baseline)
     out.append(" ".join(["baseline"] + [f"{value:016x}" for value in bits]))
 

@@ -3,6 +3,7 @@
 import csv
 import math
 import random
+import struct
 
 
 def generate(seed, minutes=20, rate=4):
@@ -50,3 +51,31 @@ def read_csv(path, rate):
     fhr = [row[0] for row in rows]
     fm = [rows[second * rate][2] for second in range(len(rows) // rate)]
     return fhr, [row[1] for row in rows], fm
+
+
+def fhrma_bytes(start, samples):
+    """An FHRMA .fhr file: start time, then (fhr1, fhr2, toco) per sample in
+    quarter beats and half units, with a zero status byte."""
+    return struct.pack("<I", start) + b"".join(
+        struct.pack("<HHBB", fhr1, fhr2, toco, 0) for fhr1, fhr2, toco in samples)
+
+
+def format16_bytes(frames):
+    """Little-endian int16 frames, one value per signal in each frame."""
+    return b"".join(struct.pack(f"<{len(frame)}h", *frame) for frame in frames)
+
+
+def write_fhrma(path, fhr, uc, start=0):
+    """fhr and uc as an FHRMA file; channel 2 is channel 1 plus 2 bpm where there is signal."""
+    path.write_bytes(fhrma_bytes(start, [(4 * heart, 4 * heart + 8 if heart else 0, 2 * toco)
+                                         for heart, toco in zip(fhr, uc)]))
+
+
+def write_wfdb(folder, name, fhr, uc, rate):
+    """A two-signal WFDB record at gain 100 (FHR, baseline 0) and 2 (UC, ADC zero 10)."""
+    (folder / f"{name}.hea").write_text(
+        f"{name} 2 {rate} {len(fhr)} 08:30:00 15/03/2020\n"
+        f"{name}.dat 16 100(0)/bpm 12 0 0 0 0 FHR\n"
+        f"{name}.dat 16 2/nd 12 10 0 0 0 UC\n")
+    (folder / f"{name}.dat").write_bytes(format16_bytes(
+        [(100 * heart if heart else -32768, 2 * toco + 10) for heart, toco in zip(fhr, uc)]))

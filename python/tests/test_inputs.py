@@ -3,6 +3,7 @@
 import dataclasses
 import pathlib
 
+import numpy
 import pytest
 
 import ctgscore
@@ -10,10 +11,6 @@ import recordings
 
 FHR, UC, FM = recordings.generate(seed=21, minutes=12)
 
-try:
-    import numpy
-except ImportError:
-    numpy = None
 
 
 def nothing_logged():
@@ -54,7 +51,6 @@ def test_refused_before_the_library(kwargs, error, text):
     assert nothing_logged()
 
 
-@pytest.mark.skipif(numpy is None, reason="numpy absent")
 @pytest.mark.parametrize("array, error, text", [
     (lambda: numpy.array(FHR, dtype=float), TypeError, "dtype float64"),
     (lambda: numpy.array([FHR, FHR]), ValueError, "one-dimensional"),

@@ -10,6 +10,8 @@ import sys
 
 import pytest
 
+import recordings
+
 PACKAGE_ROOT = pathlib.Path(__file__).resolve().parents[1]
 PROBE = "import ctgscore; print(ctgscore.library_path())"
 
@@ -82,3 +84,38 @@ def test_installed_package_remembers_the_library_folder(tmp_path):
     probe = run_python(PROBE, tmp_path, PYTHONPATH=str(target))
     assert probe.returncode == 0, probe.stderr
     assert pathlib.Path(probe.stdout.strip()).parent == library.parent
+
+
+@pytest.mark.skipif(shutil.which("cmake") is None or not os.path.exists("/usr/bin/python3"),
+                    reason="needs CMake and Debian's Python")
+def test_pip_builds_the_library_into_the_package(tmp_path):
+    """`pip install --no-build-isolation ./python` in a fresh virtual environment, from a
+    copy of the sources the library is built from; then no variable is needed."""
+    project = tmp_path / "project"
+    project.mkdir()
+    for part in ("CMakeLists.txt", "cmake", "include", "src", "python"):
+        source = PACKAGE_ROOT.parent / part
+        if source.is_dir():
+            shutil.copytree(source, project / part, ignore=shutil.ignore_patterns(
+                "tests", "build", "*.egg-info", "__pycache__"))
+        else:
+            shutil.copy2(source, project / part)
+    venv = tmp_path / "venv"
+    subprocess.run(["/usr/bin/python3", "-m", "venv", "--system-site-packages", str(venv)],
+                   check=True, capture_output=True)
+    env = {key: value for key, value in os.environ.items() if key not in (
+        "CTGSCORE_LIBRARY", "CTGSCORE_LIBRARY_DIR", "LD_LIBRARY_PATH", "PYTHONPATH")}
+    install = subprocess.run([venv / "bin" / "pip", "install", "--no-build-isolation",
+                              "./python"], cwd=project, env=env, capture_output=True, text=True)
+    assert install.returncode == 0, install.stdout[-3000:] + install.stderr[-3000:]
+    recording = tmp_path / "rec.csv"
+    recordings.write_csv(recording, *recordings.generate(seed=4, minutes=10), 4)
+    probe = subprocess.run(
+        [venv / "bin" / "python", "-c", "import ctgscore; r = ctgscore.read('rec.csv'); "
+         "print(ctgscore.analyze(r).total_score, ctgscore.library_path())"],
+        cwd=tmp_path, env=env, capture_output=True, text=True)
+    assert probe.returncode == 0, probe.stderr
+    score, library = probe.stdout.splitlines()[-1].split()
+    assert 0 <= int(score) <= 12
+    assert pathlib.Path(library).relative_to(venv / "lib").parts[1:] == (
+        "site-packages", "ctgscore", "libctgscore.so.1")

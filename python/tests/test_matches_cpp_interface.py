@@ -18,13 +18,6 @@ ALL = "krebs,fischer,acog,uc"
 MIRROR = pathlib.Path(__file__).with_name("mirror_calls.py")
 NON_DEFAULT = "5,2,15,20,60,12,15,90,8,7,30,20,7,8,40,2,900"
 
-try:
-    import numpy  # noqa: F401
-    HAVE_NUMPY = True
-except ImportError:
-    HAVE_NUMPY = False
-
-
 def compare(driver, tmp_path, rate, methods, parameters, mode, csvs):
     expected, actual = tmp_path / "expected.txt", tmp_path / "actual.txt"
     args = [str(rate), methods, parameters]
@@ -48,13 +41,7 @@ def generated(tmp_path, rate, seeds=(1, 2, 3), minutes=20):
     return paths
 
 
-@pytest.mark.parametrize("mode", [
-    "each",
-    "all",
-    pytest.param("numpy", marks=pytest.mark.skipif(not HAVE_NUMPY, reason="numpy absent")),
-    pytest.param("no-numpy", marks=pytest.mark.skipif(not HAVE_NUMPY, reason="numpy absent, "
-                                                      "so 'each' covers this")),
-])
+@pytest.mark.parametrize("mode", ["each", "all", "numpy"])
 def test_generated_recordings(reference_driver, tmp_path, mode):
     compare(reference_driver, tmp_path, 4, ALL, "-", mode, generated(tmp_path, 4))
 

@@ -12,7 +12,10 @@
 #include <iostream>
 #include <map>
 #include <optional>
+#include <set>
 #include <sstream>
+
+#include "readers/file_io.h"
 
 namespace ctgtool {
 
@@ -206,6 +209,42 @@ private:
     BatchSummary summary_;
 };
 
+// The lines an earlier run left in `output`: a partial last line (no line
+// break) is cut off the file; returns the files of the complete lines.
+struct KeptLines {
+    std::set<std::string> files;
+    std::size_t lines = 0;
+    std::size_t failed = 0;
+};
+
+KeptLines keepCompleteLines(const std::string& output) {
+    KeptLines kept;
+    std::error_code missing;
+    if (!fs::exists(output, missing)) return kept;
+    const std::string text = readWholeFile(output);
+    const std::size_t lastBreak = text.rfind('\n');
+    const std::size_t complete = lastBreak == std::string::npos ? 0 : lastBreak + 1;
+    if (complete < text.size()) {
+        std::error_code error;
+        fs::resize_file(output, complete, error);
+        if (error)
+            throw InputError(output, "cannot drop the partial last line: " + error.message());
+    }
+    std::istringstream lines(text.substr(0, complete));
+    for (std::string line; std::getline(lines, line);) {
+        ++kept.lines;
+        const nlohmann::ordered_json doc = nlohmann::ordered_json::parse(line, nullptr, false);
+        if (doc.is_discarded() || !doc.is_object() || !doc.contains("file") ||
+            !doc["file"].is_string() || !doc.contains("ok") || !doc["ok"].is_boolean()) {
+            throw InputError(output, "line " + std::to_string(kept.lines) +
+                                         " is not a batch result line; cannot resume");
+        }
+        kept.files.insert(doc["file"].get<std::string>());
+        if (!doc["ok"].get<bool>()) ++kept.failed;
+    }
+    return kept;
+}
+
 }  // namespace
 
 std::vector<std::string> listRecordings(const std::string& directory) {
@@ -224,13 +263,20 @@ std::vector<std::string> listRecordings(const std::string& directory) {
 
 BatchSummary runBatch(const BatchOptions& options) {
     std::vector<std::string> files = listRecordings(options.directory);
-    std::ofstream out(options.output);
+    const KeptLines kept = options.resume ? keepCompleteLines(options.output) : KeptLines{};
+    files.erase(std::remove_if(files.begin(), files.end(),
+                               [&kept](const std::string& file) { return kept.files.count(file); }),
+                files.end());
+    std::ofstream out(options.output, options.resume ? std::ios::app : std::ios::trunc);
     if (!out)
         throw InputError(options.output, std::string("cannot write: ") + std::strerror(errno));
     BatchRun batch(options, std::move(files), out);
-    const BatchSummary summary = batch.run();
+    BatchSummary summary = batch.run();
     out.close();
     if (!out) throw InputError(options.output, "write error");
+    summary.files += kept.lines;
+    summary.failed += kept.failed;
+    summary.resumed = kept.lines;
     return summary;
 }
 

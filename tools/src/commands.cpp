@@ -145,10 +145,13 @@ int runBatchCommand(const BatchArguments& arguments, const GlobalArguments& glob
     options.directory = arguments.directory;
     options.output = arguments.output;
     options.jobs = arguments.jobs;
+    options.resume = arguments.resume;
     try {
         const BatchSummary summary = runBatch(options);
-        std::cerr << "ctgscore: " << summary.files << " recordings, " << summary.failed
-                  << " not read; results in " << arguments.output << '\n';
+        std::cerr << "ctgscore: " << summary.files << " recordings";
+        if (arguments.resume) std::cerr << " (" << summary.resumed << " from the earlier run)";
+        std::cerr << ", " << summary.failed << " not read; results in " << arguments.output
+                  << '\n';
     } catch (const InputError& error) {
         return inputError(error);
     }

@@ -53,6 +53,7 @@ struct BatchArguments {
     std::string directory;
     std::string output;
     int jobs = 1;
+    bool resume = false;
     AnalysisArguments analysis;
 };
 

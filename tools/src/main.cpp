@@ -74,6 +74,9 @@ int main(int argc, char** argv) {
     batchCommand->add_option("--jobs", batch.jobs, "analysis processes at a time")
         ->check(CLI::Range(1, 256))
         ->capture_default_str();
+    batchCommand->add_flag("--resume", batch.resume,
+                           "keep the complete lines of an existing --out file and analyse "
+                           "only the recordings not in it");
     addAnalysisOptions(*batchCommand, batch.analysis);
 
     try {

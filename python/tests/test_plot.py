@@ -1,0 +1,74 @@
+"""The strip chart: paper scale, panels, one shaded patch per event, PNG output and the
+notebook displays."""
+
+import pytest
+
+import ctgscore
+import recordings
+
+matplotlib = pytest.importorskip("matplotlib")
+matplotlib.use("Agg")
+from matplotlib import pyplot  # noqa: E402
+
+
+@pytest.fixture(scope="module")
+def analysed(tmp_path_factory):
+    path = tmp_path_factory.mktemp("plot") / "rec.csv"
+    fhr, uc, fm = recordings.generate(seed=3, minutes=20)
+    recordings.write_csv(path, fhr, uc, fm, 4)
+    recording = ctgscore.read(path)
+    return recording, ctgscore.analyze(recording, method="all")
+
+
+def shaded(ax, kind):
+    return [patch for patch in ax.patches if patch.get_gid() == kind]
+
+
+@pytest.mark.parametrize("paper_speed, window", [(1, (None, None)), (3, (5, 12.5))])
+def test_figure_on_paper_scale_with_one_patch_per_event(analysed, tmp_path, paper_speed,
+                                                        window):
+    recording, results = analysed
+    fig = ctgscore.plot(recording, results, paper_speed=paper_speed, start=window[0],
+                        end=window[1])
+    fhr_ax, marks_ax, toco_ax = fig.axes
+    limits = (window[0] or 0, window[1] or recording.minutes)
+    assert fhr_ax.get_xlim() == toco_ax.get_xlim() == pytest.approx(limits)
+    assert (fhr_ax.get_ylim(), toco_ax.get_ylim()) == ((50, 210), (0, 100))
+    panel_cm = fhr_ax.get_position().width * fig.get_figwidth() * 2.54
+    assert panel_cm == pytest.approx((limits[1] - limits[0]) * paper_speed)
+    assert fhr_ax.get_position().height * fig.get_figheight() * 2.54 == pytest.approx(8)
+    krebs = results["krebs"]
+    assert (len(shaded(fhr_ax, "acceleration")), len(shaded(fhr_ax, "deceleration"))) == (
+        len(krebs.accelerations), len(krebs.decelerations)) != (0, 0)
+    assert [line.get_gid() for line in toco_ax.lines].count("contraction_end") == 2
+    assert [line.get_gid() for line in marks_ax.lines] == ["movements"]
+    fig.savefig(tmp_path / "strip.png", dpi=40)
+    assert (tmp_path / "strip.png").read_bytes().startswith(b"\x89PNG")
+    pyplot.close(fig)
+
+
+def test_given_axes_and_bad_arguments(analysed):
+    recording, results = analysed
+    fig, axes = pyplot.subplots(2)
+    assert ctgscore.plot(recording, results["fischer"], ax=tuple(axes)) is fig
+    assert axes[1].get_ylim() == (0, 100) and "movements" in [l.get_gid() for l in axes[1].lines]
+    fig2, ax = pyplot.subplots()
+    ctgscore.plot(recording, ax=ax)
+    assert ax.get_ylim() == (50, 210) and not shaded(ax, "acceleration")
+    for bad in (dict(paper_speed=4), dict(start=25), dict(start=5, end=5), dict(ax=[ax] * 3)):
+        with pytest.raises(ValueError):
+            ctgscore.plot(recording, results, **bad)
+    with pytest.raises(TypeError):
+        ctgscore.plot(recording.fhr)
+    pyplot.close("all")
+
+
+def test_notebook_display(analysed):
+    recording, results = analysed
+    assert recording._repr_png_().startswith(b"\x89PNG")
+    for shown in (results._repr_html_(), results["uc"]._repr_html_()):
+        assert shown.startswith('<img src="data:image/png;base64,') and "</table>" in shown
+    assert "Krebs {}/12".format(results["krebs"].total_score) in results._repr_html_()
+    bare = ctgscore.analyze(recording.fhr, method="krebs")
+    assert bare.recording is None and bare._repr_html_().startswith("<table")
+    assert not pyplot.get_fignums()  # the displays leave no pyplot figure open
