@@ -51,43 +51,6 @@ std::vector<double> paddedWeights(const std::vector<double>& weights, int lastIn
     return padded;
 }
 
-// The exact band search of every lane over the listed bands (ascending), on a
-// lane histogram whose rows cover those bands: per lane the first band with
-// the largest total, then its moment over its total, every sum in the written
-// order.
-void bandEstimates(const double* histogram, const std::vector<int>& bands, int bandWidth,
-                   double* estimates) {
-    double best[kLanes] = {};
-    int bestBand[kLanes];
-    std::fill(bestBand, bestBand + kLanes, -1);
-    for (int t : bands) {
-        const double* row = histogram + static_cast<long>(t) * kLanes;
-        double total[kLanes];
-        std::copy(row, row + kLanes, total);
-        for (int m = 1; m < bandWidth; ++m) {
-            for (int s = 0; s < kLanes; ++s) total[s] = total[s] + row[m * kLanes + s];
-        }
-        for (int s = 0; s < kLanes; ++s) {
-            if (total[s] > best[s]) {
-                best[s] = total[s];
-                bestBand[s] = t;
-            }
-        }
-    }
-    std::fill(estimates, estimates + kLanes, 0.0);
-    for (int t : bands) {
-        const double* row = histogram + static_cast<long>(t) * kLanes;
-        double moment[kLanes] = {};
-        for (int m = 0; m < bandWidth; ++m) {
-            const double value = static_cast<double>(t + 1 + m);
-            for (int s = 0; s < kLanes; ++s) moment[s] = moment[s] + value * row[m * kLanes + s];
-        }
-        for (int s = 0; s < kLanes; ++s) {
-            if (bestBand[s] == t) estimates[s] = moment[s] / best[s];
-        }
-    }
-}
-
 // Everything of a request that depends only on its length, window and rate.
 struct LaneProfile {
     int length, seconds, sampleRate;
@@ -126,7 +89,8 @@ public:
           byValue_(trace, std::max(shape.edgeBins, shape.tailBins)),
           bounds_(trace, profile.window, profile.model, shape),
           histogram_(static_cast<size_t>(std::max(shape.edgeBins, shape.tailBins)) * kLanes),
-          blockKernel_(blockKernel()) {}
+          blockKernel_(blockKernel()),
+          bandKernel_(bandKernel()) {}
 
     // Outputs i .. i + count - 1 (count <= kLanes), all in the region of output
     // i.  Lanes beyond count follow the same region's formula on the same
@@ -145,7 +109,8 @@ public:
         const CandidateBands& candidates = bounds_.candidates(i, count, offset, bins);
         accumulate(candidates.rows, firstSpan.first, lastSpan.last, padded.data() + base);
         double estimates[kLanes];
-        bandEstimates(histogram_.data(), candidates.bands, shape_.bandWidth, estimates);
+        bandKernel_(histogram_.data(), candidates.bands.data(),
+                    static_cast<int>(candidates.bands.size()), shape_.bandWidth, estimates);
         for (int s = kLanes - count; s < kLanes; ++s) curve[i + kLanes - 1 - s] = estimates[s];
     }
 
@@ -181,6 +146,7 @@ private:
     std::vector<double> histogram_;
     std::vector<RowRun> runs_;
     BlockKernel blockKernel_;
+    BandKernel bandKernel_;
 };
 
 // First output after the region (start, middle or end) of output i.

@@ -127,6 +127,54 @@ void blockBaseline(RowRun* runs, int count, int limit, const double* weights) {
     for (int r = 0; r < count; ++r) addWholeRun<Vec2, kLanes / 4, 2>(runs[r], limit, weights);
 }
 
+// The band search of kWidth lanes at a time: totals and moments per lane in
+// the written order, the winning band and its total kept per lane.
+template <class Vec>
+inline __attribute__((always_inline)) void bandLanes(const double* histogram, const int* bands,
+                                                     int count, int bandWidth, double* estimates) {
+    constexpr int kWidth = sizeof(Vec) / sizeof(double);
+    for (int lane = 0; lane < kLanes; lane += kWidth) {
+        Vec best = {}, bestBand = Vec{} - 1.0, estimate = {};
+        for (int b = 0; b < count; ++b) {
+            const double* row = histogram + static_cast<long>(bands[b]) * kLanes + lane;
+            Vec total, term;
+            loadVec(total, row);
+            for (int m = 1; m < bandWidth; ++m) {
+                loadVec(term, row + m * kLanes);
+                total = total + term;
+            }
+            const auto better = total > best;
+            best = better ? total : best;
+            bestBand = better ? Vec{} + bands[b] : bestBand;
+        }
+        for (int b = 0; b < count; ++b) {
+            const double* row = histogram + static_cast<long>(bands[b]) * kLanes + lane;
+            Vec moment = {}, term;
+            for (int m = 0; m < bandWidth; ++m) {
+                loadVec(term, row + m * kLanes);
+                moment = moment + static_cast<double>(bands[b] + 1 + m) * term;
+            }
+            estimate = bestBand == bands[b] ? moment / best : estimate;
+        }
+        storeVec(estimates + lane, estimate);
+    }
+}
+
+__attribute__((target("avx512f"))) void bandsAvx512(const double* histogram, const int* bands,
+                                                    int count, int bandWidth, double* estimates) {
+    bandLanes<Vec8>(histogram, bands, count, bandWidth, estimates);
+}
+
+__attribute__((target("avx2"))) void bandsAvx2(const double* histogram, const int* bands,
+                                               int count, int bandWidth, double* estimates) {
+    bandLanes<Vec4>(histogram, bands, count, bandWidth, estimates);
+}
+
+void bandsBaseline(const double* histogram, const int* bands, int count, int bandWidth,
+                   double* estimates) {
+    bandLanes<Vec2>(histogram, bands, count, bandWidth, estimates);
+}
+
 // kCount * width neighbouring outputs at once.
 template <class Vec, int kCount>
 inline __attribute__((always_inline)) void firBlocks(const double* coefficients, int taps,
@@ -178,6 +226,15 @@ BlockKernel blockKernel() {
         case DispatchLevel::Baseline: break;
     }
     return blockBaseline;
+}
+
+BandKernel bandKernel() {
+    switch (dispatch::active()) {
+        case DispatchLevel::Avx512: return bandsAvx512;
+        case DispatchLevel::Avx2: return bandsAvx2;
+        case DispatchLevel::Baseline: break;
+    }
+    return bandsBaseline;
 }
 
 void firOutputs(const double* coefficients, int taps, const double* in, int first, int n,

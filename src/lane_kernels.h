@@ -24,6 +24,15 @@ using BlockKernel = void (*)(RowRun* runs, int count, int limit, const double* w
 // The block kernel of the active dispatch level.
 BlockKernel blockKernel();
 
+// The band search of every lane of a lane histogram (row r holds the kLanes
+// sums of bin r): over the listed bands (first bins, ascending), per lane the
+// first band with the largest total, and estimates[s] = its moment over its
+// total (0.0 when no band holds weight), every sum in the written order.
+using BandKernel = void (*)(const double* histogram, const int* bands, int count, int bandWidth,
+                            double* estimates);
+// The band kernel of the active dispatch level.
+BandKernel bandKernel();
+
 // out[i - first] = the sum over taps k = 0 .. taps - 1, in tap order, of
 // coefficients[k] * in[i - k], for every i in [first, n).
 void firOutputs(const double* coefficients, int taps, const double* in, int first, int n,
