@@ -1,10 +1,12 @@
 #include "commands.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
 
 #include "batch.h"
+#include "review_run.h"
 #include "file_analysis.h"
 #include "simulate.h"
 #include "svg_plot.h"
@@ -115,6 +117,37 @@ int runPlotCommand(const PlotArguments& arguments, const GlobalArguments& global
         return usageError(error);
     }
     return kExitOk;
+}
+
+int runReportCommand(const ReportArguments& arguments, const GlobalArguments& global) {
+    ReviewOptions options;
+    try {
+        options.analysis = fileAnalysisOptions(arguments.analysis, global);
+    } catch (const std::invalid_argument& error) {
+        return usageError(error);
+    }
+    options.files = arguments.files;
+    options.directory = arguments.directory;
+    std::vector<IndexEntry> entries;
+    try {
+        entries = writeReview(options);
+    } catch (const InputError& error) {
+        return inputError(error);
+    }
+    int exitCode = kExitOk;
+    std::size_t pages = 0;
+    for (const IndexEntry& entry : entries) {
+        pages += entry.page.empty() ? 0 : 1;
+        if (!entry.description["ok"].get<bool>()) {
+            std::cerr << "ctgscore: " << entry.description["error"].get<std::string>() << '\n';
+            exitCode = kExitInputError;
+        } else if (anyNotScored(entry.description) && exitCode == kExitOk) {
+            exitCode = kExitNotScored;
+        }
+    }
+    std::cerr << "ctgscore: " << pages << " of " << entries.size() << " recordings have a page; open "
+              << (std::filesystem::path(arguments.directory) / "index.html").string() << '\n';
+    return exitCode;
 }
 
 int runSimulateCommand(const SimulateArguments& arguments) {
