@@ -29,6 +29,15 @@ std::string text(const json& value) { return value.get<std::string>(); }
 
 std::string mm(double value) { return fixedDecimals(value, 1); }
 
+// Strokes keep their width however the strip is stretched.  An attribute, not
+// a style rule: the copies of the strip in the overview and the printed pages
+// (<use> elements) keep attributes but not every style rule.
+const char* const kFixedStroke = " vector-effect=\"non-scaling-stroke\"";
+
+std::string path(const std::string& attributes, const std::string& data) {
+    return "<path" + std::string(kFixedStroke) + attributes + " d=\"" + data + "\"/>\n";
+}
+
 std::string percent(double fraction) { return fixedDecimals(100.0 * fraction, 4) + "%"; }
 
 // SVG path data through points in order, y rounded to `decimals` places; a
@@ -106,6 +115,39 @@ std::string tracePath(int samples, const std::function<std::optional<double>(int
         }
     }
     return path.finish();
+}
+
+// The trace in at most kOverviewColumns columns, each drawn as the range of
+// its values: the overview's outline of a long recording without its every sample.
+constexpr int kOverviewColumns = 1200;
+
+std::string envelopePath(int samples, const std::function<std::optional<double>(int)>& valueAt) {
+    PathData path(0);
+    const int step = std::max(1, (samples + kOverviewColumns - 1) / kOverviewColumns);
+    for (int first = 0, column = 0; first < samples; first += step, ++column) {
+        std::optional<double> low, high;
+        for (int i = first; i < std::min(first + step, samples); ++i) {
+            if (const std::optional<double> value = valueAt(i)) {
+                low = std::min(low.value_or(*value), *value);
+                high = std::max(high.value_or(*value), *value);
+            }
+        }
+        if (!low) {
+            path.lift();
+            continue;
+        }
+        path.lineTo(first, column % 2 == 0 ? *low : *high);
+        path.lineTo(first, column % 2 == 0 ? *high : *low);
+    }
+    return path.finish();
+}
+
+// Content drawn in a panel's own units (bpm, toco units) upwards from the
+// height where the value 0 would lie.
+std::string panelGroup(const std::string& attributes, double zeroAtMm, double mmPerUnit,
+                       const std::string& content) {
+    return "<g" + attributes + "><g transform=\"translate(0 " + mm(zeroAtMm) + ") scale(1 " +
+           mm(-mmPerUnit) + ")\">\n" + content + "</g></g>\n";
 }
 
 // A method as the page shows it: its switch decides whether its events,
@@ -190,7 +232,7 @@ public:
 private:
     // The methods whose switches show an element, as attributes; hidden at
     // first unless one of them is on.
-    std::string methodAttributes(const std::vector<std::string>& names, const std::string& cls) {
+    std::string methodAttributes(const std::vector<std::string>& names, const std::string& cls) const {
         std::string list;
         bool on = false;
         for (const std::string& name : names) {
@@ -244,7 +286,11 @@ private:
         out_ << "<div id=\"overview\" class=\"overview\" title=\"The whole recording: click or "
                 "drag to move the strip\">\n"
              << svgOpen("overview-svg") << "<use href=\"#loss-layer\"/><use href=\"#event-layer\"/>"
-             << "<use href=\"#fhr-layer\"/><use href=\"#toco-layer\"/></svg>\n"
+             << panelGroup(" clip-path=\"url(#fhr-clip)\"", kFhrHigh * kMmPerBpm, kMmPerBpm,
+                           path(" class=\"fhr\"", envelopePath(recording_.samples(), heartRateAt())))
+             << panelGroup("", kTocoBottom, kMmPerTocoUnit,
+                           path(" class=\"toco\"", envelopePath(recording_.samples(), tocoAt())))
+             << "</svg>\n"
              << "<div id=\"overview-window\" class=\"window\"></div>\n</div>\n";
     }
 
@@ -321,8 +367,9 @@ private:
                                      " " + mm(kTocoTop) + "V" + mm(kTocoBottom);
             (second % 60 == 0 ? major : seconds) += line;
         }
-        out_ << "<path class=\"grid minor\" d=\"" << minor << "\"/>\n<path class=\"grid seconds\" d=\""
-             << seconds << "\"/>\n<path class=\"grid major\" d=\"" << major << "\"/>\n";
+        // The 10-second lines are off at the first paper speed, 1 cm/min.
+        out_ << path(" class=\"grid minor\"", minor) << path(" class=\"grid seconds off\"", seconds)
+             << path(" class=\"grid major\"", major);
     }
 
     void writeSignalLoss() {
@@ -344,7 +391,7 @@ private:
     void writeEventShapes() {
         out_ << "<g id=\"event-layer\">\n";
         for (const PageEvent& event : events_) {
-            out_ << "<rect" << methodAttributes({event.method}, "event " + event.kind)
+            out_ << "<rect" << kFixedStroke << methodAttributes({event.method}, "event " + event.kind)
                  << " data-event=\"" << event.id << "\" x=\"" << event.start
                  << "\" y=\"0\" width=\"" << std::max(event.end - event.start, 1) << "\" height=\""
                  << mm(kFhrBottom) << "\"/>\n";
@@ -353,24 +400,26 @@ private:
     }
 
     // Trace and baseline curves in bpm, drawn through a transform onto the panel.
+    std::function<std::optional<double>(int)> heartRateAt() const {
+        return [this](int i) -> std::optional<double> {
+            if (recording_.fhr[i] == 0) return std::nullopt;  // signal loss
+            return recording_.fhr[i];
+        };
+    }
+
+    std::function<std::optional<double>(int)> tocoAt() const {
+        return [this](int i) -> std::optional<double> { return recording_.uc[i]; };
+    }
+
     void writeHeartRateLayer() {
-        out_ << "<g id=\"fhr-layer\" clip-path=\"url(#fhr-clip)\"><g transform=\"translate(0 "
-             << mm(kFhrHigh * kMmPerBpm) << ") scale(1 " << mm(-kMmPerBpm) << ")\">\n"
-             << "<path class=\"fhr\" d=\""
-             << tracePath(recording_.samples(),
-                          [this](int i) -> std::optional<double> {
-                              if (recording_.fhr[i] == 0) return std::nullopt;  // signal loss
-                              return recording_.fhr[i];
-                          },
-                          0)
-             << "\"/>\n";
-        writeBaselineCurves();
-        out_ << "</g></g>\n";
+        out_ << panelGroup(" clip-path=\"url(#fhr-clip)\"", kFhrHigh * kMmPerBpm, kMmPerBpm,
+                           path(" class=\"fhr\"", tracePath(recording_.samples(), heartRateAt(), 0)) +
+                               baselineCurves());
     }
 
     // Methods often share a baseline curve: each distinct curve is drawn once,
     // shown while any method that has it is on.
-    void writeBaselineCurves() {
+    std::string baselineCurves() const {
         std::vector<std::pair<std::vector<double>, std::vector<std::string>>> curves;
         for (const MethodView& method : methods_) {
             if (!method.ok || !method.result->contains("baseline") ||
@@ -386,17 +435,20 @@ private:
                 curves.push_back({std::move(curve), {method.name}});
             }
         }
+        std::string paths;
         for (const auto& [curve, names] : curves) {
             const int length = static_cast<int>(std::min<std::size_t>(curve.size(), recording_.samples()));
-            out_ << "<path" << methodAttributes(names, "baseline") << " d=\""
-                 << tracePath(length,
-                              [&curve](int i) -> std::optional<double> {
-                                  if (!std::isfinite(curve[i]) || curve[i] <= 0.0) return std::nullopt;
-                                  return curve[i];
-                              },
-                              1)
-                 << "\"/>\n";
+            paths += path(methodAttributes(names, "baseline"),
+                         tracePath(length,
+                                   [&curve](int i) -> std::optional<double> {
+                                       if (!std::isfinite(curve[i]) || curve[i] <= 0.0) {
+                                           return std::nullopt;
+                                       }
+                                       return curve[i];
+                                   },
+                                   1));
         }
+        return paths;
     }
 
     // A tick at the start of each run of marked samples.
@@ -407,16 +459,12 @@ private:
                 ticks += "M" + std::to_string(i) + " " + mm(kMarkTop) + "v" + mm(kMarkHeight);
             }
         }
-        out_ << "<path class=\"movement\" d=\"" << ticks << "\"/>\n";
+        out_ << path(" class=\"movement\"", ticks);
     }
 
     void writeTocoLayer() {
-        out_ << "<g id=\"toco-layer\" clip-path=\"url(#toco-clip)\"><g transform=\"translate(0 "
-             << mm(kTocoBottom) << ") scale(1 " << mm(-kMmPerTocoUnit) << ")\">\n"
-             << "<path class=\"toco\" d=\""
-             << tracePath(recording_.samples(),
-                          [this](int i) -> std::optional<double> { return recording_.uc[i]; }, 0)
-             << "\"/>\n</g></g>\n";
+        out_ << panelGroup(" clip-path=\"url(#toco-clip)\"", kTocoBottom, kMmPerTocoUnit,
+                           path(" class=\"toco\"", tracePath(recording_.samples(), tocoAt(), 0)));
         writeContractionMarks();
     }
 
@@ -431,11 +479,9 @@ private:
             const auto line = [this](const json& sample) {
                 return "M" + std::to_string(sample.get<int>()) + " " + mm(kTocoTop) + "V" + mm(kTocoBottom);
             };
-            out_ << "<path" << methodAttributes({method.name}, "peak") << " d=\""
-                 << line(words["lastContractionPeak"]) << "\"/>\n<path"
-                 << methodAttributes({method.name}, "contraction-end") << " d=\""
-                 << line(words["lastContractionEnd"]) << line(words["previousContractionEnd"])
-                 << "\"/>\n";
+            out_ << path(methodAttributes({method.name}, "peak"), line(words["lastContractionPeak"]))
+                 << path(methodAttributes({method.name}, "contraction-end"),
+                         line(words["lastContractionEnd"]) + line(words["previousContractionEnd"]));
         }
     }
 

@@ -39,6 +39,7 @@
     var shown = visibleSeconds();
     root.dataset.speed = value;
     root.style.setProperty('--speed', value);
+    document.querySelector('#strip-svg .grid.seconds').classList.toggle('off', value === 1);
     showSecond((shown[0] + shown[1]) / 2, 0.5);
     drawWindow();
     buildPrintPages();
@@ -83,7 +84,7 @@
     labels.className = 'times';
     for (var minute = Math.ceil(from / every) * every; minute <= to; minute += every) {
       var tick = document.createElement('span');
-      tick.className = 'tick';
+      tick.className = 'tick m2 m5';
       tick.style.left = ((minute - from) / (to - from) * 100) + '%';
       tick.textContent = minute;
       labels.appendChild(tick);
