@@ -25,10 +25,18 @@ std::string page(const Recording& recording) {
     return out.str();
 }
 
-// The d attribute of the strip's first path whose attributes contain `marker`.
+// The d attributes, joined, of the strip's paths whose attributes contain `marker`.
 std::string pathData(const std::string& html, const std::string& marker) {
-    const std::size_t start = html.find(" d=\"", html.find(marker, html.find("strip-content"))) + 4;
-    return html.substr(start, html.find('"', start) - start);
+    std::string data;
+    const std::size_t end = html.find("</svg>", html.find("strip-content"));
+    for (std::size_t at = html.find("<path", html.find("strip-content")); at < end;
+         at = html.find("<path", at + 1)) {
+        const std::string tag = html.substr(at, html.find("/>", at) - at);
+        if (tag.find(marker) == std::string::npos) continue;
+        const std::size_t start = tag.find(" d=\"") + 4;
+        data += tag.substr(start, tag.find('"', start) - start);
+    }
+    return data;
 }
 
 // Points of path data made of M, l and h commands (numbers may repeat a
@@ -107,7 +115,7 @@ TEST(ReviewPage, DrawsEachEventOnceAndTracesThatGiveBackTheSamples) {
     for (int i = 0; i < recording.samples(); ++i) {
         ASSERT_NEAR(baseline[i], results[0].baseline[i], 0.05 + 1e-9) << "sample " << i;
     }
-    EXPECT_EQ(countOf(html, "class=\"baseline"), 2);
+    EXPECT_EQ(countOf(html, "class=\"baseline"), 2 * 20);  // in 20 two-minute stretches
 
     int movements = 0;
     for (int i = 0; i < recording.samples(); ++i) {
@@ -125,7 +133,8 @@ TEST(ReviewPage, RecordingEveryMethodRejectsKeepsTracesAndReasons) {
     flat.fm.assign(2400, 0);
     const std::string html = page(flat);
     EXPECT_EQ(countOf(html, "not scored: all heart rate out of range"), 4);
-    EXPECT_EQ(pathData(html, "class=\"toco\""), "M0 20h2399");
+    EXPECT_EQ(pathData(html, "class=\"toco\""),
+              "M0 20h479M479 20h480M959 20h480M1439 20h480M1919 20h480");
     EXPECT_EQ(pathData(html, "class=\"fhr\""), "");
     EXPECT_EQ(countOf(html, "class=\"loss\""), 1);
     EXPECT_EQ(html.find("id=\"event-table\""), std::string::npos);

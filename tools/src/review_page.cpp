@@ -104,17 +104,32 @@ private:
     long x_ = 0, y_ = 0, horizontal_ = 0;
 };
 
-std::string tracePath(int samples, const std::function<std::optional<double>(int)>& valueAt,
-                      int decimals) {
-    PathData path(decimals);
-    for (int i = 0; i < samples; ++i) {
-        if (const std::optional<double> value = valueAt(i)) {
-            path.lineTo(i, *value);
-        } else {
-            path.lift();
+// Paths along time are cut into stretches of two minutes: the browser then
+// draws only the stretches in view, not a whole recording's path each time.
+constexpr long kStretchSeconds = 120;
+
+int stretchSamples(int rate, int samples) {
+    return static_cast<int>(std::clamp<long>(kStretchSeconds * rate, 1, std::max(samples, 1)));
+}
+
+// Consecutive stretches share their boundary sample, so the line goes on unbroken.
+std::string tracePaths(const std::string& attributes, int samples, int rate,
+                       const std::function<std::optional<double>(int)>& valueAt, int decimals) {
+    std::string paths;
+    const int stretch = stretchSamples(rate, samples);
+    for (int first = 0; first < samples; first += std::min(stretch, samples - first)) {
+        PathData data(decimals);
+        for (int i = std::max(first - 1, 0); i < first + std::min(stretch, samples - first); ++i) {
+            if (const std::optional<double> value = valueAt(i)) {
+                data.lineTo(i, *value);
+            } else {
+                data.lift();
+            }
         }
+        const std::string text = data.finish();
+        if (!text.empty()) paths += path(attributes, text);
     }
-    return path.finish();
+    return paths;
 }
 
 // The trace in at most kOverviewColumns columns, each drawn as the range of
@@ -360,16 +375,21 @@ private:
             (units % 20 == 0 ? major : minor) +=
                 "M0 " + mm(kTocoTop + (100 - units) * kMmPerTocoUnit) + "H" + width;
         }
-        std::string seconds;
-        const int totalSeconds = static_cast<int>(recording_.samples() / recording_.rate);
-        for (int second = 10; second <= totalSeconds; second += 10) {
-            const std::string line = "M" + x(second) + " 0V" + mm(kFhrBottom) + "M" + x(second) +
-                                     " " + mm(kTocoTop) + "V" + mm(kTocoBottom);
-            (second % 60 == 0 ? major : seconds) += line;
+        out_ << path(" class=\"grid minor\"", minor) << path(" class=\"grid major\"", major);
+        // Lines across time, in stretches; the 10-second lines are off at the
+        // first paper speed, 1 cm/min.
+        const long totalSeconds = recording_.samples() / recording_.rate;
+        for (long from = 0; from < totalSeconds; from += kStretchSeconds) {
+            std::string seconds, minutes;
+            for (long second = from + 10; second <= std::min(from + kStretchSeconds, totalSeconds);
+                 second += 10) {
+                (second % 60 == 0 ? minutes : seconds) += "M" + x(second) + " 0V" + mm(kFhrBottom) +
+                                                          "M" + x(second) + " " + mm(kTocoTop) +
+                                                          "V" + mm(kTocoBottom);
+            }
+            out_ << path(" class=\"grid seconds off\"", seconds)
+                 << path(" class=\"grid major\"", minutes);
         }
-        // The 10-second lines are off at the first paper speed, 1 cm/min.
-        out_ << path(" class=\"grid minor\"", minor) << path(" class=\"grid seconds off\"", seconds)
-             << path(" class=\"grid major\"", major);
     }
 
     void writeSignalLoss() {
@@ -413,7 +433,8 @@ private:
 
     void writeHeartRateLayer() {
         out_ << panelGroup(" clip-path=\"url(#fhr-clip)\"", kFhrHigh * kMmPerBpm, kMmPerBpm,
-                           path(" class=\"fhr\"", tracePath(recording_.samples(), heartRateAt(), 0)) +
+                           tracePaths(" class=\"fhr\"", recording_.samples(), recording_.rate,
+                                      heartRateAt(), 0) +
                                baselineCurves());
     }
 
@@ -438,15 +459,14 @@ private:
         std::string paths;
         for (const auto& [curve, names] : curves) {
             const int length = static_cast<int>(std::min<std::size_t>(curve.size(), recording_.samples()));
-            paths += path(methodAttributes(names, "baseline"),
-                         tracePath(length,
-                                   [&curve](int i) -> std::optional<double> {
-                                       if (!std::isfinite(curve[i]) || curve[i] <= 0.0) {
-                                           return std::nullopt;
-                                       }
-                                       return curve[i];
-                                   },
-                                   1));
+            paths += tracePaths(methodAttributes(names, "baseline"), length, recording_.rate,
+                                [&curve](int i) -> std::optional<double> {
+                                    if (!std::isfinite(curve[i]) || curve[i] <= 0.0) {
+                                        return std::nullopt;
+                                    }
+                                    return curve[i];
+                                },
+                                1);
         }
         return paths;
     }
@@ -464,7 +484,8 @@ private:
 
     void writeTocoLayer() {
         out_ << panelGroup(" clip-path=\"url(#toco-clip)\"", kTocoBottom, kMmPerTocoUnit,
-                           path(" class=\"toco\"", tracePath(recording_.samples(), tocoAt(), 0)));
+                           tracePaths(" class=\"toco\"", recording_.samples(), recording_.rate,
+                                      tocoAt(), 0));
         writeContractionMarks();
     }
 

@@ -39,7 +39,9 @@
     var shown = visibleSeconds();
     root.dataset.speed = value;
     root.style.setProperty('--speed', value);
-    document.querySelector('#strip-svg .grid.seconds').classList.toggle('off', value === 1);
+    document.querySelectorAll('#strip-svg .grid.seconds').forEach(function (lines) {
+      lines.classList.toggle('off', value === 1);
+    });
     showSecond((shown[0] + shown[1]) / 2, 0.5);
     drawWindow();
     buildPrintPages();
