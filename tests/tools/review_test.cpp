@@ -73,7 +73,8 @@ std::vector<double> sampleValues(const std::string& data, int samples) {
             previousX = NAN;
             continue;
         }
-        const int from = std::isnan(previousX) ? static_cast<int>(x) : static_cast<int>(previousX) + 1;
+        const int from =
+            std::isnan(previousX) ? static_cast<int>(x) : static_cast<int>(previousX) + 1;
         for (int i = from; i <= x; ++i) values[i] = y;
         previousX = x;
     }
@@ -99,7 +100,8 @@ TEST(ReviewPage, DrawsEachEventOnceAndTracesThatGiveBackTheSamples) {
         EXPECT_EQ(html.find(outside), std::string::npos) << outside;
     }
 
-    const std::vector<double> fhr = sampleValues(pathData(html, "class=\"fhr\""), recording.samples());
+    const std::vector<double> fhr =
+        sampleValues(pathData(html, "class=\"fhr\""), recording.samples());
     for (int i = 0; i < recording.samples(); ++i) {
         if (recording.fhr[i] == 0) {
             ASSERT_TRUE(std::isnan(fhr[i])) << "sample " << i;
@@ -107,11 +109,12 @@ TEST(ReviewPage, DrawsEachEventOnceAndTracesThatGiveBackTheSamples) {
             ASSERT_EQ(fhr[i], recording.fhr[i]) << "sample " << i;
         }
     }
-    const std::vector<double> toco = sampleValues(pathData(html, "class=\"toco\""), recording.samples());
+    const std::vector<double> toco =
+        sampleValues(pathData(html, "class=\"toco\""), recording.samples());
     EXPECT_EQ(toco, std::vector<double>(recording.uc.begin(), recording.uc.end()));
     // Krebs draws its curve; Fischer's differs, so it has one of its own.
-    const std::vector<double> baseline =
-        sampleValues(pathData(html, "class=\"baseline\" data-methods=\"krebs"), recording.samples());
+    const std::vector<double> baseline = sampleValues(
+        pathData(html, "class=\"baseline\" data-methods=\"krebs"), recording.samples());
     for (int i = 0; i < recording.samples(); ++i) {
         ASSERT_NEAR(baseline[i], results[0].baseline[i], 0.05 + 1e-9) << "sample " << i;
     }
@@ -141,10 +144,10 @@ TEST(ReviewPage, RecordingEveryMethodRejectsKeepsTracesAndReasons) {
 }
 
 TEST(ReviewPage, PageNamesAreSafeAndDistinct) {
-    EXPECT_EQ(pageNames({"a/rec 1.csv", "b/rec 1.fhr", "REC_1.hea", "index.csv", "x/.csv",
-                         "<&>.csv"}),
-              (std::vector<std::string>{"rec_1.html", "rec_1-2.html", "REC_1-3.html",
-                                        "index-2.html", "_csv.html", "___.html"}));
+    EXPECT_EQ(
+        pageNames({"a/rec 1.csv", "b/rec 1.fhr", "REC_1.hea", "index.csv", "x/.csv", "<&>.csv"}),
+        (std::vector<std::string>{"rec_1.html", "rec_1-2.html", "REC_1-3.html", "index-2.html",
+                                  "_csv.html", "___.html"}));
 }
 
 TEST(ReviewPage, ReportWritesPagesAndAnIndexWithFailures) {

@@ -52,6 +52,16 @@ bool anyNotScored(const nlohmann::ordered_json& recording) {
     return false;
 }
 
+// Names a file that could not be read; returns the exit code that the
+// recordings so far call for.
+int noteOutcome(const nlohmann::ordered_json& recording, int exitCode) {
+    if (!recording["ok"].get<bool>()) {
+        std::cerr << "ctgscore: " << recording["error"].get<std::string>() << '\n';
+        return kExitInputError;
+    }
+    return anyNotScored(recording) && exitCode == kExitOk ? kExitNotScored : exitCode;
+}
+
 int usageError(const std::exception& error) {
     std::cerr << "ctgscore: " << error.what() << '\n';
     return kExitUsage;
@@ -76,12 +86,7 @@ int runAnalyzeCommand(const AnalyzeArguments& arguments, const GlobalArguments& 
     int exitCode = kExitOk;
     for (const std::string& file : arguments.files) {
         nlohmann::ordered_json recording = analyzeFile(file, options);
-        if (!recording["ok"].get<bool>()) {
-            std::cerr << "ctgscore: " << recording["error"].get<std::string>() << '\n';
-            exitCode = kExitInputError;
-        } else if (anyNotScored(recording) && exitCode == kExitOk) {
-            exitCode = kExitNotScored;
-        }
+        exitCode = noteOutcome(recording, exitCode);
         recordings.push_back(std::move(recording));
     }
     if (arguments.format == "json") {
@@ -138,12 +143,7 @@ int runReportCommand(const ReportArguments& arguments, const GlobalArguments& gl
     std::size_t pages = 0;
     for (const IndexEntry& entry : entries) {
         pages += entry.page.empty() ? 0 : 1;
-        if (!entry.description["ok"].get<bool>()) {
-            std::cerr << "ctgscore: " << entry.description["error"].get<std::string>() << '\n';
-            exitCode = kExitInputError;
-        } else if (anyNotScored(entry.description) && exitCode == kExitOk) {
-            exitCode = kExitNotScored;
-        }
+        exitCode = noteOutcome(entry.description, exitCode);
     }
     std::cerr << "ctgscore: " << pages << " of " << entries.size() << " recordings have a page; open "
               << (std::filesystem::path(arguments.directory) / "index.html").string() << '\n';

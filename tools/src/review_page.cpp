@@ -90,9 +90,8 @@ private:
         std::string digits = std::to_string(magnitude % unit);
         digits.insert(0, decimals_ - digits.size(), '0');
         digits.erase(digits.find_last_not_of('0') + 1);
-        std::string whole = magnitude / unit == 0 && !digits.empty()
-                                ? ""
-                                : std::to_string(magnitude / unit);
+        std::string whole =
+            magnitude / unit == 0 && !digits.empty() ? "" : std::to_string(magnitude / unit);
         return (level < 0 ? "-" : "") + whole + (digits.empty() ? "" : "." + digits);
     }
 
@@ -247,12 +246,15 @@ public:
 private:
     // The methods whose switches show an element, as attributes; hidden at
     // first unless one of them is on.
-    std::string methodAttributes(const std::vector<std::string>& names, const std::string& cls) const {
+    std::string methodAttributes(const std::vector<std::string>& names,
+                                 const std::string& cls) const {
         std::string list;
         bool on = false;
         for (const std::string& name : names) {
             list += (list.empty() ? "" : " ") + name;
-            for (const MethodView& method : methods_) on = on || (method.name == name && method.onAtFirst);
+            for (const MethodView& method : methods_) {
+                on = on || (method.name == name && method.onAtFirst);
+            }
         }
         return " class=\"" + cls + (on ? "" : " off") + "\" data-methods=\"" + list + "\"";
     }
@@ -266,17 +268,20 @@ private:
         if (description_.contains("start_time")) {
             out_ << " &middot; started " << escapeXml(text(description_["start_time"]));
         }
-        out_ << "</p>\n<div class=\"controls\">\n<div class=\"speed\" role=\"radiogroup\" aria-label=\"Paper speed\"><b>Paper speed</b>";
+        out_ << "</p>\n<div class=\"controls\">\n<div class=\"speed\" role=\"radiogroup\" "
+                "aria-label=\"Paper speed\"><b>Paper speed</b>";
         for (int speed : {1, 2, 3}) {
-            out_ << "<label><input type=\"radio\" name=\"speed\" autocomplete=\"off\" value=\"" << speed << "\""
-                 << (speed == 1 ? " checked" : "") << "> " << speed << " cm/min</label>";
+            out_ << "<label><input type=\"radio\" name=\"speed\" autocomplete=\"off\" value=\""
+                 << speed << "\"" << (speed == 1 ? " checked" : "") << "> " << speed
+                 << " cm/min</label>";
         }
-        out_ << "</div>\n<div class=\"methods\" role=\"group\" aria-label=\"Methods shown\"><b>Methods</b>";
+        out_ << "</div>\n<div class=\"methods\" role=\"group\" aria-label=\"Methods "
+                "shown\"><b>Methods</b>";
         for (const MethodView& method : methods_) {
             if (!method.ok) continue;
-            out_ << "<label><input type=\"checkbox\" autocomplete=\"off\" data-method=\"" << method.name << "\""
-                 << (method.onAtFirst ? " checked" : "") << "> " << escapeXml(method.title)
-                 << "</label>";
+            out_ << "<label><input type=\"checkbox\" autocomplete=\"off\" data-method=\""
+                 << method.name << "\"" << (method.onAtFirst ? " checked" : "") << "> "
+                 << escapeXml(method.title) << "</label>";
         }
         out_ << "</div>\n";
         writeLegend();
@@ -285,9 +290,12 @@ private:
 
     void writeLegend() {
         const std::pair<const char*, const char*> entries[] = {
-            {"acceleration", "acceleration"}, {"deceleration", "deceleration"},
-            {"baseline", "baseline"},         {"loss", "signal loss"},
-            {"movement", "movement"},         {"peak", "last contraction peak"},
+            {"acceleration", "acceleration"},
+            {"deceleration", "deceleration"},
+            {"baseline", "baseline"},
+            {"loss", "signal loss"},
+            {"movement", "movement"},
+            {"peak", "last contraction peak"},
             {"contraction-end", "contraction end"}};
         out_ << "<ul class=\"legend\">";
         for (const auto& [cls, label] : entries) {
@@ -296,13 +304,15 @@ private:
         out_ << "</ul>\n";
     }
 
-    // The whole recording in small, drawn from the strip's own layers.
+    // The whole recording in small: the strip's signal-loss and event layers,
+    // and the outline of the traces.
     void writeOverview() {
         out_ << "<div id=\"overview\" class=\"overview\" title=\"The whole recording: click or "
                 "drag to move the strip\">\n"
              << svgOpen("overview-svg") << "<use href=\"#loss-layer\"/><use href=\"#event-layer\"/>"
-             << panelGroup(" clip-path=\"url(#fhr-clip)\"", kFhrHigh * kMmPerBpm, kMmPerBpm,
-                           path(" class=\"fhr\"", envelopePath(recording_.samples(), heartRateAt())))
+             << panelGroup(
+                    " clip-path=\"url(#fhr-clip)\"", kFhrHigh * kMmPerBpm, kMmPerBpm,
+                    path(" class=\"fhr\"", envelopePath(recording_.samples(), heartRateAt())))
              << panelGroup("", kTocoBottom, kMmPerTocoUnit,
                            path(" class=\"toco\"", envelopePath(recording_.samples(), tocoAt())))
              << "</svg>\n"
@@ -340,7 +350,8 @@ private:
         const auto label = [this](double top, const std::string& content) {
             out_ << "<span style=\"top:" << mm(top) << "mm\">" << content << "</span>";
         };
-        for (int bpm = 60; bpm <= 210; bpm += 30) label((kFhrHigh - bpm) * kMmPerBpm, std::to_string(bpm));
+        for (int bpm = 60; bpm <= 210; bpm += 30)
+            label((kFhrHigh - bpm) * kMmPerBpm, std::to_string(bpm));
         for (int units = 0; units <= 100; units += 20) {
             label(kTocoTop + (100 - units) * kMmPerTocoUnit, std::to_string(units));
         }
@@ -369,7 +380,8 @@ private:
              << "\" width=\"" << width << "\" height=\"" << mm(50 * kMmPerBpm) << "\"/>\n";
         std::string minor, major;
         for (int bpm = 60; bpm < kFhrHigh; bpm += 10) {
-            (bpm % 30 == 0 ? major : minor) += "M0 " + mm((kFhrHigh - bpm) * kMmPerBpm) + "H" + width;
+            (bpm % 30 == 0 ? major : minor) +=
+                "M0 " + mm((kFhrHigh - bpm) * kMmPerBpm) + "H" + width;
         }
         for (int units = 10; units < 100; units += 10) {
             (units % 20 == 0 ? major : minor) +=
@@ -411,15 +423,15 @@ private:
     void writeEventShapes() {
         out_ << "<g id=\"event-layer\">\n";
         for (const PageEvent& event : events_) {
-            out_ << "<rect" << kFixedStroke << methodAttributes({event.method}, "event " + event.kind)
-                 << " data-event=\"" << event.id << "\" x=\"" << event.start
-                 << "\" y=\"0\" width=\"" << std::max(event.end - event.start, 1) << "\" height=\""
-                 << mm(kFhrBottom) << "\"/>\n";
+            out_ << "<rect" << kFixedStroke
+                 << methodAttributes({event.method}, "event " + event.kind) << " data-event=\""
+                 << event.id << "\" x=\"" << event.start << "\" y=\"0\" width=\""
+                 << std::max(event.end - event.start, 1) << "\" height=\"" << mm(kFhrBottom)
+                 << "\"/>\n";
         }
         out_ << "</g>\n";
     }
 
-    // Trace and baseline curves in bpm, drawn through a transform onto the panel.
     std::function<std::optional<double>(int)> heartRateAt() const {
         return [this](int i) -> std::optional<double> {
             if (recording_.fhr[i] == 0) return std::nullopt;  // signal loss
@@ -431,11 +443,12 @@ private:
         return [this](int i) -> std::optional<double> { return recording_.uc[i]; };
     }
 
+    // Trace and baseline curves in bpm, drawn through a transform onto the panel.
     void writeHeartRateLayer() {
-        out_ << panelGroup(" clip-path=\"url(#fhr-clip)\"", kFhrHigh * kMmPerBpm, kMmPerBpm,
-                           tracePaths(" class=\"fhr\"", recording_.samples(), recording_.rate,
-                                      heartRateAt(), 0) +
-                               baselineCurves());
+        out_ << panelGroup(
+            " clip-path=\"url(#fhr-clip)\"", kFhrHigh * kMmPerBpm, kMmPerBpm,
+            tracePaths(" class=\"fhr\"", recording_.samples(), recording_.rate, heartRateAt(), 0) +
+                baselineCurves());
     }
 
     // Methods often share a baseline curve: each distinct curve is drawn once,
@@ -448,8 +461,9 @@ private:
                 continue;
             }
             auto curve = (*method.result)["baseline"]["curve"].get<std::vector<double>>();
-            const auto same = std::find_if(curves.begin(), curves.end(),
-                                           [&curve](const auto& known) { return known.first == curve; });
+            const auto same =
+                std::find_if(curves.begin(), curves.end(),
+                             [&curve](const auto& known) { return known.first == curve; });
             if (same != curves.end()) {
                 same->second.push_back(method.name);
             } else {
@@ -458,15 +472,17 @@ private:
         }
         std::string paths;
         for (const auto& [curve, names] : curves) {
-            const int length = static_cast<int>(std::min<std::size_t>(curve.size(), recording_.samples()));
-            paths += tracePaths(methodAttributes(names, "baseline"), length, recording_.rate,
-                                [&curve](int i) -> std::optional<double> {
-                                    if (!std::isfinite(curve[i]) || curve[i] <= 0.0) {
-                                        return std::nullopt;
-                                    }
-                                    return curve[i];
-                                },
-                                1);
+            const int length =
+                static_cast<int>(std::min<std::size_t>(curve.size(), recording_.samples()));
+            paths += tracePaths(
+                methodAttributes(names, "baseline"), length, recording_.rate,
+                [&curve](int i) -> std::optional<double> {
+                    if (!std::isfinite(curve[i]) || curve[i] <= 0.0) {
+                        return std::nullopt;
+                    }
+                    return curve[i];
+                },
+                1);
         }
         return paths;
     }
@@ -483,9 +499,9 @@ private:
     }
 
     void writeTocoLayer() {
-        out_ << panelGroup(" clip-path=\"url(#toco-clip)\"", kTocoBottom, kMmPerTocoUnit,
-                           tracePaths(" class=\"toco\"", recording_.samples(), recording_.rate,
-                                      tocoAt(), 0));
+        out_ << panelGroup(
+            " clip-path=\"url(#toco-clip)\"", kTocoBottom, kMmPerTocoUnit,
+            tracePaths(" class=\"toco\"", recording_.samples(), recording_.rate, tocoAt(), 0));
         writeContractionMarks();
     }
 
@@ -498,9 +514,11 @@ private:
             const json& words = (*method.result)["words"];
             if (words["lastEndMinusLastPeak"].get<int>() == -1) continue;
             const auto line = [this](const json& sample) {
-                return "M" + std::to_string(sample.get<int>()) + " " + mm(kTocoTop) + "V" + mm(kTocoBottom);
+                return "M" + std::to_string(sample.get<int>()) + " " + mm(kTocoTop) + "V" +
+                       mm(kTocoBottom);
             };
-            out_ << path(methodAttributes({method.name}, "peak"), line(words["lastContractionPeak"]))
+            out_ << path(methodAttributes({method.name}, "peak"),
+                         line(words["lastContractionPeak"]))
                  << path(methodAttributes({method.name}, "contraction-end"),
                          line(words["lastContractionEnd"]) + line(words["previousContractionEnd"]));
         }
@@ -511,10 +529,11 @@ private:
     void writeTimeLabels() {
         out_ << "<div class=\"times\" aria-hidden=\"true\">";
         const double seconds = static_cast<double>(recording_.samples()) / recording_.rate;
-        for (int minute = 0; minute * 60 <= seconds; ++minute) {
+        for (int minute = 0; seconds > 0 && minute * 60 <= seconds; ++minute) {
             out_ << "<span class=\"tick" << (minute % 2 == 0 ? " m2" : "")
-                 << (minute % 5 == 0 ? " m5" : "") << "\" style=\"left:"
-                 << percent(minute * 60 / seconds) << "\">" << minute << "</span>";
+                 << (minute % 5 == 0 ? " m5" : "")
+                 << "\" style=\"left:" << percent(minute * 60 / seconds) << "\">" << minute
+                 << "</span>";
         }
         out_ << "</div>\n";
     }
@@ -543,7 +562,7 @@ private:
             // A scored item's text ends in ": N points"; the points get a column.
             std::string finding = text(item["text"]);
             std::string points;
-            if (item.contains("points")) {
+            if (item.contains("points") && finding.rfind(": ") != std::string::npos) {
                 finding.erase(finding.rfind(": "));
                 points = std::to_string(item["points"].get<int>());
             }
@@ -563,11 +582,12 @@ private:
                 "<th>Kind</th><th>Start</th><th>End</th><th>Duration</th></tr></thead><tbody>\n";
         for (const PageEvent& event : events_) {
             out_ << "<tr" << methodAttributes({event.method}, event.kind) << " data-event=\""
-                 << event.id << "\" data-start=\"" << event.startSeconds << "\" data-end=\""
-                 << event.endSeconds << "\"><td>" << escapeXml(event.title) << "</td><td>"
-                 << event.kind << "</td><td>" << clockTime(event.startSeconds) << "</td><td>"
-                 << clockTime(event.endSeconds) << "</td><td>"
-                 << clockTime(event.endSeconds - event.startSeconds) << "</td></tr>\n";
+                 << event.id << "\" data-start=\"" << fixedDecimals(event.startSeconds, 3)
+                 << "\" data-end=\"" << fixedDecimals(event.endSeconds, 3) << "\"><td>"
+                 << escapeXml(event.title) << "</td><td>" << event.kind << "</td><td>"
+                 << clockTime(event.startSeconds) << "</td><td>" << clockTime(event.endSeconds)
+                 << "</td><td>" << clockTime(event.endSeconds - event.startSeconds)
+                 << "</td></tr>\n";
         }
         out_ << "</tbody></table></div>\n</section>\n";
     }

@@ -12,7 +12,6 @@
 #include <iostream>
 #include <set>
 
-
 namespace ctgtool {
 
 namespace {
@@ -28,7 +27,8 @@ std::string lowerCase(std::string text) {
 std::string safeStem(const std::string& file) {
     std::string stem = fs::path(file).stem().string();
     for (char& c : stem) {
-        if (!std::isalnum(static_cast<unsigned char>(c)) && c != '-' && c != '_' && c != '.') c = '_';
+        if (!std::isalnum(static_cast<unsigned char>(c)) && c != '-' && c != '_' && c != '.')
+            c = '_';
     }
     if (stem.empty()) return "recording";
     if (stem[0] == '.') stem[0] = '_';  // no hidden files
@@ -85,7 +85,8 @@ std::string readAll(int descriptor) {
 // std::runtime_error when the process cannot start or does not end normally.
 std::string inOwnProcess(const std::function<std::string()>& work) {
     int channel[2];
-    if (pipe(channel) != 0) throw std::runtime_error(std::string("no pipe: ") + std::strerror(errno));
+    if (pipe(channel) != 0)
+        throw std::runtime_error(std::string("no pipe: ") + std::strerror(errno));
     std::fflush(nullptr);
     std::cout.flush();
     const pid_t pid = fork();
