@@ -268,24 +268,36 @@ private:
         if (description_.contains("start_time")) {
             out_ << " &middot; started " << escapeXml(text(description_["start_time"]));
         }
-        out_ << "</p>\n<div class=\"controls\">\n<div class=\"speed\" role=\"radiogroup\" "
-                "aria-label=\"Paper speed\"><b>Paper speed</b>";
+        out_ << "</p>\n<div class=\"controls\">\n";
+        writeSpeedSwitch();
+        writeMethodSwitches();
+        writeLegend();
+        out_ << "</div>\n</header>\n";
+    }
+
+    void writeSpeedSwitch() {
+        out_ << "<div class=\"speed\" role=\"radiogroup\" aria-label=\"Paper speed\">"
+                "<b>Paper speed</b>";
         for (int speed : {1, 2, 3}) {
             out_ << "<label><input type=\"radio\" name=\"speed\" autocomplete=\"off\" value=\""
                  << speed << "\"" << (speed == 1 ? " checked" : "") << "> " << speed
                  << " cm/min</label>";
         }
-        out_ << "</div>\n<div class=\"methods\" role=\"group\" aria-label=\"Methods "
-                "shown\"><b>Methods</b>";
+        out_ << "</div>\n";
+    }
+
+    void writeMethodSwitches() {
+        out_ << "<div class=\"methods\" role=\"group\" aria-label=\"Methods shown\">"
+                "<b>Methods</b>";
+        bool any = false;
         for (const MethodView& method : methods_) {
             if (!method.ok) continue;
+            any = true;
             out_ << "<label><input type=\"checkbox\" autocomplete=\"off\" data-method=\""
                  << method.name << "\"" << (method.onAtFirst ? " checked" : "") << "> "
                  << escapeXml(method.title) << "</label>";
         }
-        out_ << "</div>\n";
-        writeLegend();
-        out_ << "</div>\n</header>\n";
+        out_ << (any ? "" : "none scored this recording") << "</div>\n";
     }
 
     void writeLegend() {
@@ -313,7 +325,7 @@ private:
              << panelGroup(
                     " clip-path=\"url(#fhr-clip)\"", kFhrHigh * kMmPerBpm, kMmPerBpm,
                     path(" class=\"fhr\"", envelopePath(recording_.samples(), heartRateAt())))
-             << panelGroup("", kTocoBottom, kMmPerTocoUnit,
+             << panelGroup(" clip-path=\"url(#toco-clip)\"", kTocoBottom, kMmPerTocoUnit,
                            path(" class=\"toco\"", envelopePath(recording_.samples(), tocoAt())))
              << "</svg>\n"
              << "<div id=\"overview-window\" class=\"window\"></div>\n</div>\n";
