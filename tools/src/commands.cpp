@@ -1,10 +1,12 @@
 #include "commands.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
 
 #include "batch.h"
+#include "review_run.h"
 #include "file_analysis.h"
 #include "simulate.h"
 #include "svg_plot.h"
@@ -50,6 +52,16 @@ bool anyNotScored(const nlohmann::ordered_json& recording) {
     return false;
 }
 
+// Names a file that could not be read; returns the exit code that the
+// recordings so far call for.
+int noteOutcome(const nlohmann::ordered_json& recording, int exitCode) {
+    if (!recording["ok"].get<bool>()) {
+        std::cerr << "ctgscore: " << recording["error"].get<std::string>() << '\n';
+        return kExitInputError;
+    }
+    return anyNotScored(recording) && exitCode == kExitOk ? kExitNotScored : exitCode;
+}
+
 int usageError(const std::exception& error) {
     std::cerr << "ctgscore: " << error.what() << '\n';
     return kExitUsage;
@@ -74,12 +86,7 @@ int runAnalyzeCommand(const AnalyzeArguments& arguments, const GlobalArguments& 
     int exitCode = kExitOk;
     for (const std::string& file : arguments.files) {
         nlohmann::ordered_json recording = analyzeFile(file, options);
-        if (!recording["ok"].get<bool>()) {
-            std::cerr << "ctgscore: " << recording["error"].get<std::string>() << '\n';
-            exitCode = kExitInputError;
-        } else if (anyNotScored(recording) && exitCode == kExitOk) {
-            exitCode = kExitNotScored;
-        }
+        exitCode = noteOutcome(recording, exitCode);
         recordings.push_back(std::move(recording));
     }
     if (arguments.format == "json") {
@@ -115,6 +122,32 @@ int runPlotCommand(const PlotArguments& arguments, const GlobalArguments& global
         return usageError(error);
     }
     return kExitOk;
+}
+
+int runReportCommand(const ReportArguments& arguments, const GlobalArguments& global) {
+    ReviewOptions options;
+    try {
+        options.analysis = fileAnalysisOptions(arguments.analysis, global);
+    } catch (const std::invalid_argument& error) {
+        return usageError(error);
+    }
+    options.files = arguments.files;
+    options.directory = arguments.directory;
+    std::vector<IndexEntry> entries;
+    try {
+        entries = writeReview(options);
+    } catch (const InputError& error) {
+        return inputError(error);
+    }
+    int exitCode = kExitOk;
+    std::size_t pages = 0;
+    for (const IndexEntry& entry : entries) {
+        pages += entry.page.empty() ? 0 : 1;
+        exitCode = noteOutcome(entry.description, exitCode);
+    }
+    std::cerr << "ctgscore: " << pages << " of " << entries.size() << " recordings have a page; open "
+              << (std::filesystem::path(arguments.directory) / "index.html").string() << '\n';
+    return exitCode;
 }
 
 int runSimulateCommand(const SimulateArguments& arguments) {

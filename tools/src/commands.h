@@ -1,4 +1,4 @@
-// The four subcommands.  Each returns the process exit code.
+// The subcommands.  Each returns the process exit code.
 #pragma once
 
 #include <cstdint>
@@ -42,6 +42,12 @@ struct PlotArguments {
     std::optional<double> toMinute;
 };
 
+struct ReportArguments {
+    std::vector<std::string> files;
+    std::string directory;
+    AnalysisArguments analysis;
+};
+
 struct SimulateArguments {
     int minutes = 40;
     int rate = 4;
@@ -59,6 +65,7 @@ struct BatchArguments {
 
 int runAnalyzeCommand(const AnalyzeArguments& arguments, const GlobalArguments& global);
 int runPlotCommand(const PlotArguments& arguments, const GlobalArguments& global);
+int runReportCommand(const ReportArguments& arguments, const GlobalArguments& global);
 int runSimulateCommand(const SimulateArguments& arguments);
 int runBatchCommand(const BatchArguments& arguments, const GlobalArguments& global);
 

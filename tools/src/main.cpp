@@ -54,6 +54,13 @@ int main(int argc, char** argv) {
     plotCommand->add_option("--from", plot.fromMinute, "first minute shown");
     plotCommand->add_option("--to", plot.toMinute, "last minute shown");
 
+    ReportArguments report;
+    CLI::App* reportCommand =
+        app.add_subcommand("report", "write a review page per recording and an index page");
+    reportCommand->add_option("files", report.files, "recordings (.csv, .fhr, .hea)")->required();
+    reportCommand->add_option("--out", report.directory, "folder for the pages")->required();
+    addAnalysisOptions(*reportCommand, report.analysis);
+
     SimulateArguments simulateArgs;
     CLI::App* simulateCommand =
         app.add_subcommand("simulate", "write a synthetic recording as CSV");
@@ -88,6 +95,7 @@ int main(int argc, char** argv) {
     try {
         if (analyzeCommand->parsed()) return runAnalyzeCommand(analyze, global);
         if (plotCommand->parsed()) return runPlotCommand(plot, global);
+        if (reportCommand->parsed()) return runReportCommand(report, global);
         if (simulateCommand->parsed()) return runSimulateCommand(simulateArgs);
         return runBatchCommand(batch, global);
     } catch (const std::exception& error) {

@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "markup.h"
 #include "report.h"
 
 namespace ctgtool {
@@ -38,29 +39,6 @@ std::string num(double value) {
     char text[32];
     std::snprintf(text, sizeof text, "%.1f", value);
     return text;
-}
-
-std::string escapeXml(const std::string& text) {
-    std::string escaped;
-    for (char c : text) {
-        switch (c) {
-            case '&':
-                escaped += "&amp;";
-                break;
-            case '<':
-                escaped += "&lt;";
-                break;
-            case '>':
-                escaped += "&gt;";
-                break;
-            case '"':
-                escaped += "&quot;";
-                break;
-            default:  // control characters are not allowed in XML text
-                escaped += static_cast<unsigned char>(c) < 0x20 ? '?' : c;
-        }
-    }
-    return escaped;
 }
 
 // Where everything goes: time runs left to right, the heart-rate panel sits
