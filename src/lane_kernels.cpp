@@ -148,13 +148,17 @@ inline __attribute__((always_inline)) void bandLanes(const double* histogram, co
             bestBand = better ? Vec{} + bands[b] : bestBand;
         }
         for (int b = 0; b < count; ++b) {
+            const auto won = bestBand == bands[b];
+            bool anyWon = false;
+            for (int k = 0; k < kWidth; ++k) anyWon = anyWon || won[k];
+            if (!anyWon) continue;
             const double* row = histogram + static_cast<long>(bands[b]) * kLanes + lane;
             Vec moment = {}, term;
             for (int m = 0; m < bandWidth; ++m) {
                 loadVec(term, row + m * kLanes);
                 moment = moment + static_cast<double>(bands[b] + 1 + m) * term;
             }
-            estimate = bestBand == bands[b] ? moment / best : estimate;
+            estimate = won ? moment / best : estimate;
         }
         storeVec(estimates + lane, estimate);
     }
