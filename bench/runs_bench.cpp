@@ -87,8 +87,7 @@ void baselineStage(benchmark::State& state, BaselineForm form, bool toco) {
     for (auto _ : state) {
         const Recording rec = newRecording(state, seed);
         const std::vector<int>& trace = toco ? rec.uc : rec.fhr;
-        benchmark::DoNotOptimize(
-            form(trace, static_cast<int>(trace.size()) / kRate, kRate, shape));
+        benchmark::DoNotOptimize(form(trace, static_cast<int>(trace.size()) / kRate, kRate, shape));
     }
 }
 

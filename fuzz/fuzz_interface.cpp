@@ -36,9 +36,8 @@ int decodeRate(ByteReader& in) {
     const uint8_t selector = in.byte();
     if (selector < 200) return 1 + selector % 8;
     // Zero, negatives, and rates whose 60 s or 300 s product leaves the int range.
-    static const int kRates[] = {0,        -1,       -4,       INT_MIN,  INT_MAX,
-                                 16,       60,       240,      35791394, 35791395,
-                                 7158278,  7158279,  1 << 30,  100000};
+    static const int kRates[] = {0,   -1,       -4,       INT_MIN, INT_MAX, 16,      60,
+                                 240, 35791394, 35791395, 7158278, 7158279, 1 << 30, 100000};
     const unsigned index = selector - 200u;
     if (index < sizeof kRates / sizeof kRates[0]) return kRates[index];
     return in.i32();
@@ -51,13 +50,26 @@ int decodeLength(ByteReader& in, int rate) {
     const int64_t minute = static_cast<int64_t>(rate) * 60;
     int64_t length = in.u16() % (kMaxSamples + 1);
     switch (mode) {
-        case 250: length = -1; break;
-        case 251: length = INT_MIN; break;
-        case 252: length = minute - 1; break;
-        case 253: length = minute; break;
-        case 254: length = 5 * minute - 1; break;
-        case 255: length = 5 * minute; break;
-        default: break;
+        case 250:
+            length = -1;
+            break;
+        case 251:
+            length = INT_MIN;
+            break;
+        case 252:
+            length = minute - 1;
+            break;
+        case 253:
+            length = minute;
+            break;
+        case 254:
+            length = 5 * minute - 1;
+            break;
+        case 255:
+            length = 5 * minute;
+            break;
+        default:
+            break;
     }
     if (length > kMaxSamples) length = kMaxSamples;
     if (length < INT_MIN) length = INT_MIN;
@@ -67,9 +79,9 @@ int decodeLength(ByteReader& in, int rate) {
 struct FieldRange {
     int lower, upper;
 };
-constexpr FieldRange kRanges[17] = {{2, 10},   {1, 5},   {15, 20}, {15, 20},  {30, 600}, {10, 20},
-                                    {10, 20},  {30, 600}, {5, 15},  {5, 15},   {20, 600}, {10, 35},
-                                    {5, 15},   {5, 15},  {20, 600}, {0, 2},    {300, 1800}};
+constexpr FieldRange kRanges[17] = {{2, 10},  {1, 5},    {15, 20},  {15, 20}, {30, 600},  {10, 20},
+                                    {10, 20}, {30, 600}, {5, 15},   {5, 15},  {20, 600},  {10, 35},
+                                    {5, 15},  {5, 15},   {20, 600}, {0, 2},   {300, 1800}};
 constexpr int kDefaults[17] = {4, 3, 17, 17, 120, 18, 18, 120, 6, 6, 24, 15, 10, 10, 60, 1, 300};
 
 QK4_FhrParameter decodeParameters(ByteReader& in) {
@@ -197,7 +209,8 @@ void readLocation(const QK4_FhrLocation* location, Method method, int traceLengt
     check(location->decelerationStarts.count == location->decelerationEnds.count,
           "deceleration starts and ends differ in number");
     if (method == kUC) {
-        for (const QK4_FhrList* list : lists) check(list->count == 0, "contraction method exported events");
+        for (const QK4_FhrList* list : lists)
+            check(list->count == 0, "contraction method exported events");
     }
 }
 
@@ -220,10 +233,14 @@ void readBaseline(const QK4_FhrBaseline* baseline, Method method, const State& s
 
 int* runMethod(Method method, const Call& c) {
     switch (method) {
-        case kKrebs: return QK4_calFhrKrebs(c.fhr, c.fm, c.length, c.rate);
-        case kFischer: return QK4_calFhrFischer2(c.fhr, c.uc, c.fm, c.length, c.rate);
-        case kAcog: return QK4_calFhrAcog(c.fhr, c.uc, c.fm, c.length, c.rate);
-        case kUC: return QK4_calFhrUC(c.fhr, c.uc, c.fm, c.length, c.rate);
+        case kKrebs:
+            return QK4_calFhrKrebs(c.fhr, c.fm, c.length, c.rate);
+        case kFischer:
+            return QK4_calFhrFischer2(c.fhr, c.uc, c.fm, c.length, c.rate);
+        case kAcog:
+            return QK4_calFhrAcog(c.fhr, c.uc, c.fm, c.length, c.rate);
+        case kUC:
+            return QK4_calFhrUC(c.fhr, c.uc, c.fm, c.length, c.rate);
     }
     return nullptr;
 }
@@ -245,20 +262,28 @@ void run(Method method, const Call& call, const std::vector<int>& fhr, State& st
 
 QK4_FhrLocation* location(Method method) {
     switch (method) {
-        case kKrebs: return QK4_getKrebsLocation();
-        case kFischer: return QK4_getFischer2Location();
-        case kAcog: return QK4_getAcogLocation();
-        case kUC: return QK4_getUCLocation();
+        case kKrebs:
+            return QK4_getKrebsLocation();
+        case kFischer:
+            return QK4_getFischer2Location();
+        case kAcog:
+            return QK4_getAcogLocation();
+        case kUC:
+            return QK4_getUCLocation();
     }
     return nullptr;
 }
 
 QK4_FhrBaseline* baseline(Method method) {
     switch (method) {
-        case kKrebs: return QK4_getKrebsBaseline();
-        case kFischer: return QK4_getFischer2Baseline();
-        case kAcog: return QK4_getAcogBaseline();
-        case kUC: return QK4_getUCBaseline();
+        case kKrebs:
+            return QK4_getKrebsBaseline();
+        case kFischer:
+            return QK4_getFischer2Baseline();
+        case kAcog:
+            return QK4_getAcogBaseline();
+        case kUC:
+            return QK4_getUCBaseline();
     }
     return nullptr;
 }
@@ -320,9 +345,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const Method method = static_cast<Method>(action % 4);
         switch ((action / 4) % 5) {
             case 0:
-            case 1: run(method, call, fhr, state); break;
-            case 2: readLocation(location(method), method, state.curveLength[method]); break;
-            case 3: readBaseline(baseline(method), method, state); break;
+            case 1:
+                run(method, call, fhr, state);
+                break;
+            case 2:
+                readLocation(location(method), method, state.curveLength[method]);
+                break;
+            case 3:
+                readBaseline(baseline(method), method, state);
+                break;
             case 4:
                 if (action & 0x80) QK4_setParameter(nullptr);
                 checkShownParameters(state);

@@ -102,10 +102,9 @@ std::vector<int> positions(ByteReader& in, size_t n) {
 // Stage parameters: always stored through the validating setter, as the
 // facade does, so they are in range; the sample rate is set raw.
 void configure(QK4_CFhrAlgorithm& analyser, ByteReader& in) {
-    static const int kRanges[17][2] = {{2, 10},  {1, 5},   {15, 20},  {15, 20}, {30, 600},
-                                       {10, 20}, {10, 20}, {30, 600}, {5, 15},  {5, 15},
-                                       {20, 600}, {10, 35}, {5, 15},  {5, 15},  {20, 600},
-                                       {0, 2},   {300, 1800}};
+    static const int kRanges[17][2] = {
+        {2, 10}, {1, 5},    {15, 20}, {15, 20}, {30, 600}, {10, 20},  {10, 20}, {30, 600},  {5, 15},
+        {5, 15}, {20, 600}, {10, 35}, {5, 15},  {5, 15},   {20, 600}, {0, 2},   {300, 1800}};
     int fields[17];
     for (int f = 0; f < 17; ++f) fields[f] = in.intAround(kRanges[f][0], kRanges[f][1]);
     QK4_FhrParameter record;
@@ -153,8 +152,8 @@ void regionPeaks(ByteReader& in) {
     std::vector<double> pks, widths;
     std::vector<int> locs, starts, ends;
     utils::findPeaksU(y, height, prominence, distance, pks, locs, starts, ends, widths, minWidth);
-    check(pks.size() == locs.size() && starts.size() == locs.size() &&
-              ends.size() == locs.size() && widths.size() == locs.size(),
+    check(pks.size() == locs.size() && starts.size() == locs.size() && ends.size() == locs.size() &&
+              widths.size() == locs.size(),
           "findPeaksU: outputs differ in size");
     for (size_t k = 0; k < locs.size(); ++k) {
         check(inside(locs[k], y.size()), "findPeaksU: location outside the signal");
@@ -261,7 +260,8 @@ void preparation(ByteReader& in) {
 
     const std::vector<int> moves = positions(in, trace.size());
     const int div = in.intAround(1, 2);
-    const std::vector<int> updated = analyser.update_fhr(trace, analyser.getSampleRate(), moves, div);
+    const std::vector<int> updated =
+        analyser.update_fhr(trace, analyser.getSampleRate(), moves, div);
     check(updated.size() == trace.size(), "update_fhr: size");
 
     std::vector<double> base = doubleTrace(in, kMaxSamples);  // any length
@@ -314,7 +314,8 @@ void events(ByteReader& in) {
                           t.delayedCount, t.otherCount, a, b, c, d, e);
         check(t.types.size() == b.size(), "dec_type: one type per deceleration");
         check(t.typeHistogram.size() == 4, "dec_type: histogram size");
-        const int64_t counted = int64_t(t.earlyCount) + t.lateOrLowCount + t.delayedCount + t.otherCount;
+        const int64_t counted =
+            int64_t(t.earlyCount) + t.lateOrLowCount + t.delayedCount + t.otherCount;
         check(counted == (e.empty() ? 0 : static_cast<int64_t>(b.size())), "dec_type: counts");
     }
 }
@@ -331,8 +332,12 @@ void variability(ByteReader& in) {
             analyser.fhrBas1(s1, e1, positions(in, fhr.size()), positions(in, fhr.size()), length,
                              segStarts, segEnds);
             break;
-        case 1: analyser.fhrBas2(s1, e1, length, segStarts, segEnds); break;
-        default: analyser.fhrBas3(s1, e1, length, segStarts, segEnds); break;
+        case 1:
+            analyser.fhrBas2(s1, e1, length, segStarts, segEnds);
+            break;
+        default:
+            analyser.fhrBas3(s1, e1, length, segStarts, segEnds);
+            break;
     }
     check(segStarts.size() == segEnds.size() && !segStarts.empty(), "fhrBas: segment lists");
     if (in.byte() & 1) {  // arbitrary segments as well
@@ -351,7 +356,8 @@ void contractions(ByteReader& in) {
     const std::vector<int> uc = intTrace(in, kMaxSamples);
     std::vector<double> base;
     if (in.byte() < 128) {
-        base = analyser.uc_baseline(uc, static_cast<int>(uc.size()) / std::max(analyser.getSampleRate(), 1));
+        base = analyser.uc_baseline(
+            uc, static_cast<int>(uc.size()) / std::max(analyser.getSampleRate(), 1));
     } else {
         base = doubleTrace(in, kMaxSamples);
     }
@@ -372,8 +378,11 @@ void baselines(ByteReader& in) {
                                         : in.intAround(0, 3000);
     BaselineShape shape{10, 300, 300};
     switch (in.byte() % 4) {
-        case 0: break;
-        case 1: shape = {20, 100, 300}; break;
+        case 0:
+            break;
+        case 1:
+            shape = {20, 100, 300};
+            break;
         default:
             shape = {1 + in.byte() % 40, 1 + in.u16() % 400, 1 + in.u16() % 400};
             break;
@@ -397,19 +406,45 @@ void baselines(ByteReader& in) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ByteReader in(data, size);
     switch (in.byte() % 13) {
-        case 0: intPeaks(in); break;
-        case 1: doublePeaks(in); break;
-        case 2: regionPeaks(in); break;
-        case 3: startEnd(in); break;
-        case 4: ranges(in); break;
-        case 5: histogram(in); break;
-        case 6: smoothing(in); break;
-        case 7: movements(in); break;
-        case 8: preparation(in); break;
-        case 9: events(in); break;
-        case 10: variability(in); break;
-        case 11: contractions(in); break;
-        case 12: baselines(in); break;
+        case 0:
+            intPeaks(in);
+            break;
+        case 1:
+            doublePeaks(in);
+            break;
+        case 2:
+            regionPeaks(in);
+            break;
+        case 3:
+            startEnd(in);
+            break;
+        case 4:
+            ranges(in);
+            break;
+        case 5:
+            histogram(in);
+            break;
+        case 6:
+            smoothing(in);
+            break;
+        case 7:
+            movements(in);
+            break;
+        case 8:
+            preparation(in);
+            break;
+        case 9:
+            events(in);
+            break;
+        case 10:
+            variability(in);
+            break;
+        case 11:
+            contractions(in);
+            break;
+        case 12:
+            baselines(in);
+            break;
     }
     return 0;
 }

@@ -24,7 +24,8 @@ void sortValues(std::vector<int>& data) {
     std::vector<int> counts(static_cast<size_t>(span), 0);
     for (int value : data) ++counts[value - lowest];
     auto out = data.begin();
-    for (int64_t k = 0; k < span; ++k) out = std::fill_n(out, counts[k], static_cast<int>(lowest + k));
+    for (int64_t k = 0; k < span; ++k)
+        out = std::fill_n(out, counts[k], static_cast<int>(lowest + k));
 }
 
 }  // namespace

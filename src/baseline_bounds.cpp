@@ -64,8 +64,9 @@ WeightModel describeWeights(const BaselineWindow& window, int length) {
     if (model.argumentBound > kMaxArgument) return model;
     double deviation = 0.0, modelTotal = 0.0;
     for (int k = 0; k < static_cast<int>(weights.size()); ++k) {
-        const double weight = k <= model.peak ? std::exp(model.rise * (k - model.peak))
-                                              : std::exp(-model.fall * (k - model.peak - model.flat));
+        const double weight = k <= model.peak
+                                  ? std::exp(model.rise * (k - model.peak))
+                                  : std::exp(-model.fall * (k - model.peak - model.flat));
         deviation += std::fabs(weights[k] - weight);
         modelTotal += weight;
     }
@@ -176,9 +177,8 @@ const CandidateBands& BandBounds::candidates(int first, int count, long offset, 
     std::fill(edges_.begin() + lowestValue_, edges_.begin() + highestValue_ + 1, 0.0);
     // Upper bounds over the union of the windows: the rising part, the at most
     // count + flat samples around the centres, the falling part.
-    double magnitude = addRange(riseFrom_, riseTo_,
-                                {spanA.first, std::min<long>(run.centreA, spanB.last)},
-                                run.riseScale);
+    double magnitude = addRange(
+        riseFrom_, riseTo_, {spanA.first, std::min<long>(run.centreA, spanB.last)}, run.riseScale);
     const Range middle{std::max<long>(run.centreA + 1, spanA.first),
                        std::min<long>(run.centreB + flat, spanB.last)};
     for (long j = middle.first; j <= middle.last; ++j) {
@@ -186,9 +186,9 @@ const CandidateBands& BandBounds::candidates(int first, int count, long offset, 
         if (value >= 1 && value <= maxValue_) upper_[value] += 1.0;
     }
     magnitude += std::max<long>(middle.last - middle.first + 1, 0);
-    magnitude += addRange(fallFrom_, fallTo_,
-                          {std::max<long>(run.centreB + flat + 1, spanA.first), spanB.last},
-                          run.fallScale);
+    magnitude +=
+        addRange(fallFrom_, fallTo_,
+                 {std::max<long>(run.centreB + flat + 1, spanA.first), spanB.last}, run.fallScale);
     // The union's samples outside the intersection (all of them when the
     // intersection is empty), for the lower bounds.
     const long leftEnd = std::min<long>(spanB.first - 1, spanB.last);
@@ -197,10 +197,9 @@ const CandidateBands& BandBounds::candidates(int first, int count, long offset, 
     const double runLength = static_cast<double>(run.centreB - run.centreA);
     const double shrink =
         std::min(std::exp(-model_.rise * runLength), std::exp(-model_.fall * runLength));
-    const double margin =
-        2.0 * (model_.profileError +
-               (4.0 * length_ + 4.0 * bins + 4.0 * model_.argumentBound + 300.0) * kUnitRoundoff *
-                   (magnitude + model_.profileError));
+    const double margin = 2.0 * (model_.profileError +
+                                 (4.0 * length_ + 4.0 * bins + 4.0 * model_.argumentBound + 300.0) *
+                                     kUnitRoundoff * (magnitude + model_.profileError));
     std::fill(bandMarks_.begin() + lowBand, bandMarks_.begin() + highBand + 1, 0);
     markBands(margin, shrink, bins);
     collect(lowBand, highBand);

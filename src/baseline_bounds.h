@@ -20,7 +20,7 @@ struct WeightModel {
     double fall = 0.0;
     int flat = 0;
     int peak = 0;
-    double profileError = 0.0;  // bound on the sum over the profile of |weight - model|
+    double profileError = 0.0;   // bound on the sum over the profile of |weight - model|
     double argumentBound = 0.0;  // bound on |rise * j|, |fall * j| and the like
     std::vector<double> riseTerms, fallTerms;
 };

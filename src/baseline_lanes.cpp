@@ -123,7 +123,8 @@ private:
         for (int row : rows) {
             const int value = row + 1;
             double* sums = histogram_.data() + static_cast<long>(row) * kLanes;
-            const RowRun run{byValue_.firstAtOrAfter(value, first), byValue_.end(value), sums, true};
+            const RowRun run{byValue_.firstAtOrAfter(value, first), byValue_.end(value), sums,
+                             true};
             if (run.next != run.end && *run.next <= last) {
                 runs_.push_back(run);
             } else {

@@ -44,9 +44,12 @@ void useDetected() { chosen() = detected(); }
 
 const char* name(DispatchLevel level) {
     switch (level) {
-        case DispatchLevel::Avx512: return "AVX-512";
-        case DispatchLevel::Avx2: return "AVX2";
-        case DispatchLevel::Baseline: break;
+        case DispatchLevel::Avx512:
+            return "AVX-512";
+        case DispatchLevel::Avx2:
+            return "AVX2";
+        case DispatchLevel::Baseline:
+            break;
     }
     return "x86-64 baseline";
 }

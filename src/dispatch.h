@@ -5,6 +5,7 @@
 
 #include <vector>
 
+// In ascending order: a CPU that runs a level runs every level before it.
 enum class DispatchLevel { Baseline, Avx2, Avx512 };
 
 namespace dispatch {

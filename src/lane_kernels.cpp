@@ -169,8 +169,8 @@ __attribute__((target("avx512f"))) void bandsAvx512(const double* histogram, con
     bandLanes<Vec8>(histogram, bands, count, bandWidth, estimates);
 }
 
-__attribute__((target("avx2"))) void bandsAvx2(const double* histogram, const int* bands,
-                                               int count, int bandWidth, double* estimates) {
+__attribute__((target("avx2"))) void bandsAvx2(const double* histogram, const int* bands, int count,
+                                               int bandWidth, double* estimates) {
     bandLanes<Vec4>(histogram, bands, count, bandWidth, estimates);
 }
 
@@ -211,8 +211,8 @@ __attribute__((target("avx512f"))) void firAvx512(const double* coefficients, in
     firBlocks<Vec8, 2>(coefficients, taps, in, first, n, out);
 }
 
-__attribute__((target("avx2"))) void firAvx2(const double* coefficients, int taps,
-                                             const double* in, int first, int n, double* out) {
+__attribute__((target("avx2"))) void firAvx2(const double* coefficients, int taps, const double* in,
+                                             int first, int n, double* out) {
     firBlocks<Vec4, 4>(coefficients, taps, in, first, n, out);
 }
 
@@ -221,32 +221,27 @@ void firBaseline(const double* coefficients, int taps, const double* in, int fir
     firBlocks<Vec2, 4>(coefficients, taps, in, first, n, out);
 }
 
+// The kernels of each level, in the order of DispatchLevel.
+struct LevelKernels {
+    BlockKernel block;
+    BandKernel band;
+    void (*fir)(const double*, int, const double*, int, int, double*);
+};
+
+const LevelKernels& activeKernels() {
+    static const LevelKernels kernels[] = {{blockBaseline, bandsBaseline, firBaseline},
+                                           {blockAvx2, bandsAvx2, firAvx2},
+                                           {blockAvx512, bandsAvx512, firAvx512}};
+    return kernels[static_cast<int>(dispatch::active())];
+}
+
 }  // namespace
 
-BlockKernel blockKernel() {
-    switch (dispatch::active()) {
-        case DispatchLevel::Avx512: return blockAvx512;
-        case DispatchLevel::Avx2: return blockAvx2;
-        case DispatchLevel::Baseline: break;
-    }
-    return blockBaseline;
-}
+BlockKernel blockKernel() { return activeKernels().block; }
 
-BandKernel bandKernel() {
-    switch (dispatch::active()) {
-        case DispatchLevel::Avx512: return bandsAvx512;
-        case DispatchLevel::Avx2: return bandsAvx2;
-        case DispatchLevel::Baseline: break;
-    }
-    return bandsBaseline;
-}
+BandKernel bandKernel() { return activeKernels().band; }
 
 void firOutputs(const double* coefficients, int taps, const double* in, int first, int n,
                 double* out) {
-    switch (dispatch::active()) {
-        case DispatchLevel::Avx512: return firAvx512(coefficients, taps, in, first, n, out);
-        case DispatchLevel::Avx2: return firAvx2(coefficients, taps, in, first, n, out);
-        case DispatchLevel::Baseline: break;
-    }
-    firBaseline(coefficients, taps, in, first, n, out);
+    activeKernels().fir(coefficients, taps, in, first, n, out);
 }

@@ -248,8 +248,8 @@ TEST(WeightedModeBaseline, NearTiesAreDecidedAsInTheWrittenForm) {
         for (int j = 0; j < c.length; ++j) {
             trace[j] = __builtin_popcount(j) % 2 ? 150 : (j % 7 ? 120 : 121);
         }
-        const std::string what = std::to_string(c.length) + " samples at " +
-                                 std::to_string(c.rate) + " Hz";
+        const std::string what =
+            std::to_string(c.length) + " samples at " + std::to_string(c.rate) + " Hz";
         const Doubles heartRate = renderBaseline(trace, c.seconds, c.rate, kHeartRate);
         std::vector<int> toco = trace;
         for (int& value : toco) value -= 90;  // 30, 31 and 60: 20-value bands
