@@ -31,12 +31,6 @@ constexpr bool kQuarantinedHeap = false;
 
 namespace {
 
-int roundsWanted() {
-    const char* text = std::getenv("CTGSCORE_LONG_USE_RUNS");
-    const int rounds = text != nullptr ? std::atoi(text) : 0;
-    return rounds > 0 ? rounds : (kQuarantinedHeap ? 50 : 300);
-}
-
 long residentBytes() {
     std::ifstream statm("/proc/self/statm");
     long size = 0, resident = 0;
@@ -64,11 +58,11 @@ long runRound() {
     for (const auto& method : testing_support::kExportedMethods) {
         method.run(rec.fhr.data(), rec.uc.data(), rec.fm.data(), rec.length(), rec.rate);
         // Each getter refills the one shared export record: read it before the next call.
-        const QK4_FhrLocation* location = method.location();
-        bytes += sizeof(int) * static_cast<long>(location->accelerationStarts.count +
-                                                 location->accelerationEnds.count +
-                                                 location->decelerationStarts.count +
-                                                 location->decelerationEnds.count);
+        const QK4_FhrLocation& l = *method.location();
+        for (const QK4_FhrList& list :
+             {l.accelerationStarts, l.accelerationEnds, l.decelerationStarts, l.decelerationEnds}) {
+            bytes += sizeof(int) * static_cast<long>(list.count);
+        }
         bytes += sizeof(double) * static_cast<long>(method.baseline()->count);
     }
     return bytes;
@@ -79,7 +73,9 @@ long runRound() {
 // theirs and no more (each array also costs the allocator a header and the
 // library a pointer, and the heap some slack).
 TEST(LongUse, MemoryGrowsOnlyByTheArraysTheGettersHandOutAndNoDescriptorLeaks) {
-    const int rounds = roundsWanted();
+    const char* wanted = std::getenv("CTGSCORE_LONG_USE_RUNS");
+    const int rounds =
+        wanted && std::atoi(wanted) > 0 ? std::atoi(wanted) : (kQuarantinedHeap ? 50 : 300);
     testing::internal::CaptureStdout();  // the library echoes every log line
     for (int k = 0; k < 20; ++k) runRound();
     testing_support::clearLog();

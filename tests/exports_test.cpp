@@ -58,8 +58,8 @@ const std::vector<Ints> kNoEvents(4);
 
 // What the very first calls of the process returned.  Filled before main, so
 // these calls really are the first ones, whichever tests run afterwards.
-const std::vector<Ints> kFirstKrebsEvents = eventsOf(QK4_getKrebsLocation());
-const std::vector<Ints> kFirstAcogEvents = eventsOf(QK4_getAcogLocation());
+const std::vector<std::vector<Ints>> kFirstEvents = {eventsOf(QK4_getKrebsLocation()),
+                                                     eventsOf(QK4_getAcogLocation())};
 const int kFirstUcCurveLength = QK4_getUCBaseline()->count;
 const Fields kFirstParameters = fieldsOf(QK4_getParameter());
 
@@ -175,8 +175,8 @@ void expectRefused(const ExportedMethod& method, const Outcome& out, const std::
 // Sorted pairs inside the trace, each as long as the detector demands.
 void expectEvents(const Ints& starts, const Ints& ends, const Input& in, int minimumSeconds) {
     ASSERT_EQ(starts.size(), ends.size());
-    EXPECT_TRUE(std::is_sorted(starts.begin(), starts.end()));
-    EXPECT_TRUE(std::is_sorted(ends.begin(), ends.end()));
+    EXPECT_TRUE(std::is_sorted(starts.begin(), starts.end()) &&
+                std::is_sorted(ends.begin(), ends.end()));
     for (size_t k = 0; k < starts.size(); ++k) {
         EXPECT_TRUE(starts[k] >= 0 && ends[k] < in.length) << starts[k] << " " << ends[k];
         EXPECT_GE(ends[k] - starts[k], minimumSeconds * in.rate);
@@ -241,8 +241,7 @@ using BadInput = Exports;
 using Recordings = Exports;
 
 TEST(FirstUse, GettersCalledFirstGiveEmptyExportsAndDefaultParameters) {
-    EXPECT_EQ(kFirstKrebsEvents, kNoEvents);
-    EXPECT_EQ(kFirstAcogEvents, kNoEvents);
+    EXPECT_EQ(kFirstEvents, (std::vector<std::vector<Ints>>{kNoEvents, kNoEvents}));
     EXPECT_EQ(kFirstUcCurveLength, 0);
     EXPECT_EQ(kFirstParameters, kDefaults);
 }
@@ -290,7 +289,6 @@ TEST_F(Exports, RecordsAndEventsOfSimpleTraces) {
         {dip, kKrebs, "5 2 2 0 0 1 0 -1*28 140 0 -524288 0 0 0 1 -1*9 0 -1 -1", {{}, {}, {1999}, {2100}}},
         {dip, kFischer, "4 2 2 0 0 0 -1*17 0 -1*11 140 0 -524288 0 0 0 0 0 -1 0 0 1 0 0 -1 -1 0 -1 -1", {{}, {}, {2000}, {2113}}},
         {dip, kAcog, "-1*7 1 0 0 0 0*5 0 1 0 1 0 1 1 -1 1 0*4 1 0 0 1 1 0 140 0 -524288 0 0 0 1 0 -1 0 0 1 0*5 -1 -1", {{}, {}, {1999}, {2100}}},
-        {dip, kUc, "0 -1 0 140 0 0 0 0 -1*27 140 0*6 -1 -1 0*5 -1 -1 0 0 -1", kNoEvents},
         {lateDip, kFischer, "4 2 2 0 0 0 -1*17 0 -1*11 140 0 -524288 0 0 0 1 0 -1 0 0 1 0 0 -1 -1 0 -1 -1", {{}, {}, {399}, {481}}},
         // clang-format on
     };
@@ -341,6 +339,7 @@ struct BadInputCase {
     std::string error;  // "" when the run completes
     std::vector<ExportedMethod> methods = kAll;
     std::function<int(int value)> movements = nullptr;  // word 51 of a completed run
+    int fmMode = 1;                                     // the default
 };
 
 const auto setRate = [](Input& in, auto&, int rate) { in.rate = rate; };
@@ -387,9 +386,11 @@ const BadInputCase kBadInputs[] = {
          in.nullFhr = in.nullUc = in.nullFm = true;
      }, kLengthError},
     {"null marks", {0}, [](Input& in, auto&, int) { in.nullFm = true; }, "", kAll, [](int) { return 0; }},
-    // A mark word counts in the main scan when it has the bit of fmMode (4 by
-    // default), in the last 300 s only when it is exactly 4 or 8.
+    // A mark word counts in the main scan when it has the bit of fmMode (0: 8,
+    // 1: 4, 2: either), in the last 300 s only when it is exactly 4 or 8.
     {"mark word at second 100", kMarkWords, markOnlyAt(100), "", kAll, [](int word) { return (word & 4) != 0; }},
+    {"mark word at second 100, fmMode 0", kMarkWords, markOnlyAt(100), "", kAll, [](int word) { return (word & 8) != 0; }, 0},
+    {"mark word at second 100, fmMode 2", kMarkWords, markOnlyAt(100), "", kAll, [](int word) { return (word & 12) != 0; }, 2},
     {"mark word at second 450", kMarkWords, markOnlyAt(450), "", kAll, [](int word) { return word == 4 || word == 8; }},
     {"heart rate", {0, -1, 59, 211, 300, INT_MIN, INT_MAX}, fillHeartRate, kRangeError},
     {"heart rate", {60, 210}, fillHeartRate, ""},
@@ -403,7 +404,12 @@ const BadInputCase kBadInputs[] = {
          std::fill_n(in.uc.begin() + 2 * 60 * kRate, 40, v);
          std::fill_n(in.uc.end() - 40, 40, v);
      }, "", kWithToco},
-    // The contraction method's peak of the first five minutes counts a toco of 0 as 1.
+    // The contraction method's peak of the first five minutes counts a toco of 0
+    // as 1, and ends at 300 s whatever the rate.
+    {"toco stretch at six minutes, rate", {2}, [](Input& in, auto&, int rate) {
+         in = synthetic(20 * 60 * rate, rate);
+         std::fill_n(in.uc.begin() + 6 * 60 * rate, 40, 95);
+     }, "", kWithToco},
     {"minutes of toco 0 before the contractions", {5}, [](Input& in, auto&, int minutes) {
          in = synthetic(20 * 60 * kRate);
          std::fill_n(in.uc.begin(), minutes * 60 * kRate, 0);
@@ -417,6 +423,9 @@ const BadInputCase kBadInputs[] = {
 TEST_F(BadInput, EachKindGetsItsAnswer) {
     const Input base = synthetic(10 * 60 * kRate);
     for (const BadInputCase& c : kBadInputs) {
+        Fields fields = kDefaults;
+        fields[15] = c.fmMode;
+        setFields(fields);
         for (int value : c.values) {
             for (const ExportedMethod& method : c.methods) {
                 SCOPED_TRACE(c.what + " " + std::to_string(value) + ", " + method.name);
@@ -424,7 +433,7 @@ TEST_F(BadInput, EachKindGetsItsAnswer) {
                 c.change(in, method, value);
                 if (c.error.empty()) {
                     const Outcome out = analyse(method, in);
-                    expectCompleted(method, out, in);
+                    expectCompleted(method, out, in, fields);
                     if (c.movements) {
                         EXPECT_EQ(out.words[51], c.movements(value));
                     }
@@ -481,7 +490,8 @@ TEST_F(BadInput, InvalidHeartRateSamplesAreHeldAtTheLastValidValue) {
 
 // Each field at, just inside and just outside its range and at the int limits:
 // stored and shown as given (-1 in a core field restores every default), while
-// every method logs and uses the default in place of an out-of-range value.
+// every method logs and uses the default in place of an out-of-range value.  A
+// null record changes nothing.
 TEST_F(BadInput, EveryParameterFieldAtAndBeyondItsRange) {
     constexpr std::pair<int, int> kRanges[17] = {
         {2, 10}, {1, 5},    {15, 20}, {15, 20}, {30, 600}, {10, 20},  {10, 20}, {30, 600},  {5, 15},
@@ -495,6 +505,7 @@ TEST_F(BadInput, EveryParameterFieldAtAndBeyondItsRange) {
             given[field] = value;
             if (value >= lower && value <= upper) used[field] = value;
             setFields(given);
+            QK4_setParameter(nullptr);  // ignored
             for (const ExportedMethod& method : kExportedMethods) {
                 const Input in = shortest(method);
                 expectCompleted(method, analyse(method, in), in, used);
@@ -503,12 +514,6 @@ TEST_F(BadInput, EveryParameterFieldAtAndBeyondItsRange) {
             EXPECT_EQ(fieldsOf(QK4_getParameter()), value == -1 && core ? kDefaults : given);
         }
     }
-    Fields given = kDefaults;
-    given[4] = 45;
-    given[10] = 9999;
-    setFields(given);
-    QK4_setParameter(nullptr);  // ignored
-    EXPECT_EQ(fieldsOf(QK4_getParameter()), given);
 }
 
 // --- research recordings ----------------------------------------------------------
