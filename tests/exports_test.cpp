@@ -1,264 +1,314 @@
-// The exported interface as a host program uses it: parameters, the four
-// analysis runs with their log lines and result records, and the getters.
+// The exported interface as a host program uses it: parameters, the records,
+// exports and log lines of the four methods, every kind of bad input, and every
+// research recording.  Arrays hold exactly what the interface reads, so a
+// sanitizer build catches any read past them.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <climits>
 #include <cmath>
 #include <cstring>
+#include <functional>
+#include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "exported_methods.h"
+#include "synthetic_recording.h"
 #include "test_support.h"
-
-using testing_support::clearLog;
-using testing_support::ExportedMethod;
-using testing_support::kAcog;
-using testing_support::kExportedMethods;
-using testing_support::kFischer;
-using testing_support::kKrebs;
-using testing_support::kUc;
-using testing_support::logMessages;
 
 namespace {
 
+using namespace testing_support;
+
 using Ints = std::vector<int>;
 using Lines = std::vector<std::string>;
+using Fields = std::array<int, 17>;  // a parameter record, field by field
 constexpr int kRate = 4;
 constexpr int kWords = CTGSCORE_RESULT_WORDS;
-const QK4_FhrParameter kDefaults = {4, 3,  17, 17, 120, 18, 18, 120, 6,
-                                    6, 24, 15, 10, 10,  60, 1,  300};
+constexpr Fields kDefaults = {4, 3, 17, 17, 120, 18, 18, 120, 6, 6, 24, 15, 10, 10, 60, 1, 300};
+const std::string kRateError = "Error : sampling rate must be positive integer";
+const std::string kNullError = "Error : input data is null";
+const std::string kRangeError = "Error : all heart rate out of range [60,210]";
+// The start of the length error, which names the method's shortest recording.
+const std::string kLengthError = "Error : The minimum length is ";
 
-// What the very first calls of the process returned.  Filled before main, so
-// these calls really are the first ones, whichever tests run afterwards.
-struct FirstUse {
-    QK4_FhrLocation krebsLocation, acogLocation;
-    QK4_FhrBaseline ucBaseline;
-    QK4_FhrParameter parameters;
-};
-const FirstUse kFirstUse = {*QK4_getKrebsLocation(), *QK4_getAcogLocation(), *QK4_getUCBaseline(),
-                            *QK4_getParameter()};
-
-// A generated recording at kRate samples per second.
-struct Recording {
-    Ints fhr, uc, fm;
-    int length() const { return static_cast<int>(fhr.size()); }
-};
-
-Recording flatRecording(int minutes, int bpm = 140, int toco = 10) {
-    const int samples = minutes * 60 * kRate;
-    return {Ints(samples, bpm), Ints(samples, toco), Ints(samples / kRate, 0)};
+Fields fieldsOf(const QK4_FhrParameter* record) {
+    Fields fields;
+    std::memcpy(fields.data(), record, sizeof *record);
+    return fields;
 }
 
-void fill(Ints& trace, int first, int count, int value) {
-    std::fill(trace.begin() + first, trace.begin() + first + count, value);
-}
-
-// A plateau 20 bpm above 140 for 20 s from sample 1000.
-Recording accelerationRecording() {
-    Recording rec = flatRecording(20);
-    fill(rec.fhr, 1000, 20 * kRate, 160);
-    return rec;
-}
-
-// A dip to 110 (30 bpm) for 25 s from sample 2000, and two short stretches
-// above the baseline: one before the dip, one more than 90 s after.
-Recording decelerationRecording() {
-    Recording rec = flatRecording(20);
-    fill(rec.fhr, 2000, 25 * kRate, 110);
-    fill(rec.fhr, 600, 20, 150);
-    fill(rec.fhr, 3000, 20, 150);
-    return rec;
-}
-
-// A raised-cosine contraction on the resting tone, peaking at `peak` at `centre`.
-void addContraction(Ints& toco, int centre, int halfWidth, int peak) {
-    const double rest = toco[centre];
-    for (int t = -halfWidth; t <= halfWidth; ++t) {
-        const double shape = 0.5 * (1.0 + std::cos(std::acos(-1.0) * t / halfWidth));
-        toco[centre + t] = static_cast<int>(std::lround(rest + (peak - rest) * shape));
-    }
-}
-
-const int* run(const ExportedMethod& method, const Recording& rec, int length = -1,
-               int rate = kRate) {
-    return method.run(rec.fhr.data(), rec.uc.data(), rec.fm.data(),
-                      length < 0 ? rec.length() : length, rate);
-}
-
-std::string printed(const char* format, const Ints& v) {
-    char text[256];
-    std::snprintf(text, sizeof text, format, v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7],
-                  v.size() > 8 ? v[8] : 0);
-    return text;
-}
-
-// The log of a run up to "Score starting", followed by `rest`.
-Lines runLog(const ExportedMethod& method, const QK4_FhrParameter& p, const Lines& rest) {
-    const bool fischer = method == kFischer;
-    Lines lines = {std::string("Type : ") + method.name,
-                   printed("Parameter 1: %d, %d,-- %d, %d, %d,-- %d, %d, %d",
-                           {p.varAmplitudeMin, p.varCycleMin, p.accMinDuration, p.accMinAmplitude,
-                            p.accMinSpacing, p.decMinDuration, p.decMinAmplitude, p.decMinSpacing}),
-                   printed(fischer ? "Parameter 2: %d, %d, %d, %d,-- %d, %d, %d-- %d, %d"
-                                   : "Parameter 2: %d, %d, %d, %d,-- %d, %d, %d,-- %d, %d",
-                           {p.auxPeakA, p.auxPeakB, p.auxPeakSpan, p.auxPeakD, p.ucPeakA, p.ucPeakB,
-                            p.ucPeakSpan, p.fmMode, p.reserved16}),
-                   "Score starting"};
-    lines.insert(lines.end(), rest.begin(), rest.end());
-    return lines;
-}
-
-std::string lengthError(const ExportedMethod& method) {
-    return "Error : The minimum length is " + std::to_string(method.minimumMinutes) + " minutes";
+void setFields(const Fields& fields) {
+    QK4_FhrParameter record;
+    std::memcpy(&record, fields.data(), sizeof record);
+    QK4_setParameter(&record);
 }
 
 Ints listOf(const QK4_FhrList& list) { return Ints(list.data, list.data + list.count); }
 
-int eventCount(const QK4_FhrLocation* location) {
-    return location->accelerationStarts.count + location->accelerationEnds.count +
-           location->decelerationStarts.count + location->decelerationEnds.count;
+// Acceleration starts and ends, deceleration starts and ends.
+std::vector<Ints> eventsOf(const QK4_FhrLocation* location) {
+    return {listOf(location->accelerationStarts), listOf(location->accelerationEnds),
+            listOf(location->decelerationStarts), listOf(location->decelerationEnds)};
+}
+const std::vector<Ints> kNoEvents(4);
+
+// What the very first calls of the process returned.  Filled before main, so
+// these calls really are the first ones, whichever tests run afterwards.
+const std::vector<std::vector<Ints>> kFirstEvents = {eventsOf(QK4_getKrebsLocation()),
+                                                     eventsOf(QK4_getAcogLocation())};
+const int kFirstUcCurveLength = QK4_getUCBaseline()->count;
+const Fields kFirstParameters = fieldsOf(QK4_getParameter());
+
+// The arrays a host hands over; a null flag passes a null pointer instead.
+struct Input {
+    Ints fhr, uc, fm;  // fm: one word per second
+    int length = 0, rate = kRate;
+    bool nullFhr = false, nullUc = false, nullFm = false;
+};
+
+Input synthetic(int samples, int rate = kRate) {
+    const auto rec = syntheticRecording(samples, rate);
+    return {rec.fhr, rec.uc, rec.fm, samples, rate};
 }
 
-bool logged(const std::string& message) {
-    const Lines lines = logMessages();
-    return std::find(lines.begin(), lines.end(), message) != lines.end();
+// The shortest recording the method analyses, and `extra` samples more.
+Input shortest(const ExportedMethod& method, int rate = kRate, int extra = 0) {
+    return synthetic(method.minimumMinutes * 60 * rate + extra, rate);
+}
+
+// 20 minutes at 140 bpm on a toco of `toco`, without marks, with stretches
+// {first sample, samples, bpm} of another rate.
+Input flatWith(std::initializer_list<std::array<int, 3>> stretches, int toco = 10) {
+    const int samples = 20 * 60 * kRate;
+    Input in{Ints(samples, 140), Ints(samples, toco), Ints(samples / kRate, 0), samples};
+    for (const auto& [first, count, bpm] : stretches)
+        std::fill_n(in.fhr.begin() + first, count, bpm);
+    return in;
+}
+
+// A research recording as a host hands it over: one movement word per second,
+// the marks of its samples.
+Input fromRecording(const Recording& rec) {
+    Input in{rec.fhr, rec.uc, Ints(rec.fm.size() / kRate, 0), static_cast<int>(rec.fhr.size())};
+    for (size_t s = 0; s < in.fm.size(); ++s) {
+        for (int k = 0; k < kRate; ++k) in.fm[s] |= rec.fm[s * kRate + k];
+    }
+    return in;
+}
+
+// Everything a host reads back after one run.
+struct Outcome {
+    Ints words;
+    std::vector<Ints> events;
+    std::vector<double> baseline;  // never NaN, so == compares the values
+    Lines log;
+    auto key() const { return std::tie(words, events, baseline, log); }
+};
+
+Outcome analyse(const ExportedMethod& method, const Input& in) {
+    clearLog();
+    const int* words =
+        method.run(in.nullFhr ? nullptr : in.fhr.data(), in.nullUc ? nullptr : in.uc.data(),
+                   in.nullFm ? nullptr : in.fm.data(), in.length, in.rate);
+    const std::vector<Ints> events = eventsOf(method.location());
+    const QK4_FhrBaseline& baseline = *method.baseline();
+    return {Ints(words, words + kWords), events,
+            std::vector<double>(baseline.data, baseline.data + baseline.count), logMessages()};
+}
+
+std::string printed(const char* format, const int* v) {
+    char text[256];
+    std::snprintf(text, sizeof text, format, v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], v[8]);
+    return text;
+}
+
+// The log of a run up to "Score starting".
+Lines runHead(const ExportedMethod& method, const Fields& p) {
+    return {std::string("Type : ") + method.name,
+            printed("Parameter 1: %d, %d,-- %d, %d, %d,-- %d, %d, %d", p.data()),
+            printed(method == kFischer ? "Parameter 2: %d, %d, %d, %d,-- %d, %d, %d-- %d, %d"
+                                       : "Parameter 2: %d, %d, %d, %d,-- %d, %d, %d,-- %d, %d",
+                    p.data() + 8),
+            "Score starting"};
+}
+
+// The whole log of a completed run.
+Lines runLog(const ExportedMethod& method, const Outcome& out, const Fields& used) {
+    Lines log = runHead(method, used);
+    log.insert(log.end(),
+               {"cal_fm begin", "cal_fm end", "update_fhr begin", "update_fhr end",
+                "basal_fhr begin", "basal_fhr end", "fhr_baseline begin", "fhr_baseline end"});
+    if (method == kUc) {
+        log.insert(log.end(), {"auto_score begin", "uc end"});
+    } else {
+        // The variability stage picks its segments by the kinds of events found.
+        const bool acc = !out.events[0].empty(), dec = !out.events[2].empty();
+        const char* segments = acc && dec ? "Type 1" : acc ? "Type 2" : dec ? "Type 3" : "Type 4";
+        const std::string variability = method == kKrebs ? "cal_bpm_var" : "fhrBas";
+        log.insert(log.end(), {"detect_acc begin", "detect_acc end", "detect_dec begin",
+                               "detect_dec end", variability + " begin", segments, "CalBpmVar",
+                               variability + " end", "auto_score begin"});
+    }
+    log.insert(log.end(), {"auto_score end", "Score finished"});
+    if (!(method == kAcog)) {  // the score message ends with a newline of its own
+        log.insert(log.end(),
+                   {printed("Score : %d, %d, %d, %d, %d, %d, %d", out.words.data()), ""});
+    }
+    return log;
+}
+
+// A refused run: every word -1, nothing exported, and a log that ends at the reason.
+void expectRefused(const ExportedMethod& method, const Outcome& out, const std::string& error) {
+    Lines log = error == kRateError ? Lines{std::string("Type : ") + method.name}
+                                    : runHead(method, kDefaults);
+    log.push_back(error);
+    EXPECT_EQ(out.log, log);
+    EXPECT_EQ(out.words, Ints(kWords, -1));
+    EXPECT_EQ(out.events, kNoEvents);
+    EXPECT_TRUE(out.baseline.empty());
+}
+
+// Sorted pairs inside the trace, each as long as the detector demands.
+void expectEvents(const Ints& starts, const Ints& ends, const Input& in, int minimumSeconds) {
+    ASSERT_EQ(starts.size(), ends.size());
+    EXPECT_TRUE(std::is_sorted(starts.begin(), starts.end()) &&
+                std::is_sorted(ends.begin(), ends.end()));
+    for (size_t k = 0; k < starts.size(); ++k) {
+        EXPECT_TRUE(starts[k] >= 0 && ends[k] < in.length) << starts[k] << " " << ends[k];
+        EXPECT_GE(ends[k] - starts[k], minimumSeconds * in.rate);
+    }
+}
+
+// A completed run: record, exports and log agree with each other and with the
+// input, and every score and flag lies in its range.
+void expectCompleted(const ExportedMethod& method, const Outcome& out, const Input& in,
+                     const Fields& used = kDefaults) {
+    const Ints& w = out.words;
+    ASSERT_TRUE(w[35] != -1 && (method == kAcog || w[0] != -1))
+        << (out.log.empty() ? "no log" : out.log.back());
+    ASSERT_EQ(out.baseline.size(), static_cast<size_t>(in.length));
+    const auto [low, high] = std::minmax_element(out.baseline.begin(), out.baseline.end());
+    EXPECT_TRUE(*low > 60.0 - 1e-9 && *high < 210.0 + 1e-9) << *low << " " << *high;
+    EXPECT_EQ(out.log, runLog(method, out, used));
+    if (method == kUc) {
+        EXPECT_EQ(out.events, kNoEvents);
+        EXPECT_EQ(w[3], w[35]);
+        // Word 7: the highest toco of the first five minutes (0 read as 1), word 0
+        // its rating; both 0 when fewer than two contractions end (word 1 -1).
+        int highest = 0;
+        for (int t = 0; t < std::min(in.length, 300 * in.rate); ++t) {
+            highest = std::max(highest, in.uc[t] == 0 ? 1 : in.uc[t]);
+        }
+        EXPECT_EQ(w[7], w[1] == -1 ? 0 : highest);
+        EXPECT_EQ(w[0], w[7] > 90 ? 2 : (w[7] > 30 ? 1 : 0));
+        if (w[1] != -1) {
+            EXPECT_EQ((Ints{w[1], w[2]}), (Ints{w[4] - w[5], w[5] - w[6]}));
+        }
+        return;
+    }
+    expectEvents(out.events[0], out.events[1], in, 17);
+    expectEvents(out.events[2], out.events[3], in, 18);
+    EXPECT_EQ(w[40], static_cast<int>(out.events[0].size()));
+    EXPECT_EQ(w[method == kKrebs ? 41 : 46], static_cast<int>(out.events[2].size()));
+    if (method == kAcog) {
+        EXPECT_EQ(Ints(w.begin(), w.begin() + 7), Ints(7, -1));
+        for (int k = 7; k <= 34; ++k)
+            EXPECT_TRUE(k == 23 || w[k] == 0 || w[k] == 1) << "word " << k;
+        EXPECT_EQ(Ints(w.begin() + 32, w.begin() + 35), (Ints{1, 1, 0}));
+    } else {
+        int sum = 0;
+        for (int item = 1; item <= (method == kKrebs ? 6 : 5); ++item) {
+            EXPECT_TRUE(w[item] >= 0 && w[item] <= 2) << "item " << item;
+            sum += w[item];
+        }
+        EXPECT_EQ(w[0], sum);
+    }
+    if (!(method == kKrebs)) {
+        EXPECT_LE(w[41], w[46]);  // the deep decelerations are among them
+        EXPECT_EQ(w[6], -1);      // no movement item
+    }
 }
 
 class Exports : public testing::Test {
 protected:
-    void SetUp() override {
-        QK4_FhrParameter defaults = kDefaults;
-        QK4_setParameter(&defaults);
-        clearLog();
-    }
+    void SetUp() override { setFields(kDefaults); }
 };
-
-}  // namespace
+using BadInput = Exports;
+using Recordings = Exports;
 
 TEST(FirstUse, GettersCalledFirstGiveEmptyExportsAndDefaultParameters) {
-    EXPECT_EQ(eventCount(&kFirstUse.krebsLocation), 0);
-    EXPECT_EQ(eventCount(&kFirstUse.acogLocation), 0);
-    EXPECT_EQ(kFirstUse.ucBaseline.count, 0);
-    EXPECT_EQ(std::memcmp(&kFirstUse.parameters, &kDefaults, sizeof kDefaults), 0);
+    EXPECT_EQ(kFirstEvents, (std::vector<std::vector<Ints>>{kNoEvents, kNoEvents}));
+    EXPECT_EQ(kFirstUcCurveLength, 0);
+    EXPECT_EQ(kFirstParameters, kDefaults);
 }
 
-// Every refusal, parameter value and bad input is covered in
-// exports_bad_input_test; here the lines each method logs before it refuses.
-TEST_F(Exports, ParametersAreStoredAsGivenValidatedPerRunAndLogged) {
-    QK4_FhrParameter given = kDefaults;
-    given.auxPeakB = -1;         // shown as -1, as fields 8 to 14 are not tested for it
-    given.varAmplitudeMin = 11;  // each one past its range
-    given.accMinSpacing = 29;
-    given.decMinSpacing = 601;
-    given.reserved16 = 299;
-    QK4_setParameter(&given);
-    EXPECT_EQ(std::memcmp(QK4_getParameter(), &given, sizeof given), 0);
-    const Recording rec = flatRecording(5);
-    for (const ExportedMethod& method : kExportedMethods) {
-        clearLog();
-        run(method, rec, method.minimumMinutes * 60 * kRate - 1);
-        EXPECT_EQ(logMessages(), runLog(method, kDefaults, {lengthError(method)})) << method.name;
-        clearLog();
-        EXPECT_EQ(run(method, rec, 0, 0)[35], -1);
-        EXPECT_EQ(logMessages(), (Lines{std::string("Type : ") + method.name,
-                                        "Error : sampling rate must be positive integer"}));
+// A record written as its words, "w*n" for n words w.
+Ints record(const std::string& text) {
+    Ints words;
+    std::istringstream items(text);
+    for (std::string item; items >> item;) {
+        const size_t star = item.find('*');
+        words.insert(words.end(), star == std::string::npos ? 1 : std::stoi(item.substr(star + 1)),
+                     std::stoi(item.substr(0, star)));
     }
-    EXPECT_EQ(std::memcmp(QK4_getParameter(), &given, sizeof given), 0);
-    given.reserved16 = -1;  // a core field: the getter restores every default
-    QK4_setParameter(&given);
-    EXPECT_EQ(std::memcmp(QK4_getParameter(), &kDefaults, sizeof kDefaults), 0);
-
-    given = {10, 1, 15, 20, 30, 10, 20, 600, 5, 15, 20, 35, 5, 15, 20, 0, 1800};  // range limits
-    QK4_setParameter(&given);
-    for (const ExportedMethod& method : kExportedMethods) {
-        clearLog();
-        const int* words = method.run(rec.fhr.data(), rec.uc.data(), nullptr,
-                                      method.minimumMinutes * 60 * kRate, kRate);
-        EXPECT_EQ(words[35], 140) << method.name;  // exactly the minimum length is accepted
-        EXPECT_EQ(words[51], 0);                   // a missing movement channel has no marks
-        const Lines lines = logMessages();
-        ASSERT_GE(lines.size(), 4u);
-        EXPECT_EQ(Lines(lines.begin(), lines.begin() + 4), runLog(method, given, {}));
-    }
+    return words;
 }
 
-TEST_F(Exports, RefusedRunLeavesNoExportsOfTheRunBefore) {
-    Recording rec = accelerationRecording();
-    for (const ExportedMethod& method : kExportedMethods) {
-        ASSERT_NE(run(method, rec)[35], -1);
-        EXPECT_GT(method.baseline()->count, 0);
-        const int* words = run(method, rec, 100);
-        EXPECT_EQ(Ints(words, words + kWords), Ints(kWords, -1));
-        EXPECT_EQ(eventCount(method.location()) + method.baseline()->count, 0) << method.name;
-    }
-}
-
-TEST_F(Exports, EventFreeRunsLogEveryStageInOrder) {
-    const Recording rec = flatRecording(20);
-    for (const ExportedMethod& method : kExportedMethods) {
-        clearLog();
-        const int* words = run(method, rec);
-        Lines stages = {"cal_fm begin",       "cal_fm end",      "update_fhr begin",
-                        "update_fhr end",     "basal_fhr begin", "basal_fhr end",
-                        "fhr_baseline begin", "fhr_baseline end"};
-        const bool krebs = method == kKrebs;
-        if (method == kUc) {
-            stages.insert(stages.end(), {"auto_score begin", "uc end"});
-        } else {
-            stages.insert(
-                stages.end(),
-                {"detect_acc begin", "detect_acc end", "detect_dec begin", "detect_dec end",
-                 krebs ? "cal_bpm_var begin" : "fhrBas begin", "Type 4", "CalBpmVar",
-                 krebs ? "cal_bpm_var end" : "fhrBas end", "auto_score begin"});
+// Whole records and events of traces simple enough to follow by hand.
+// Words 36-37 of the heart-rate methods hold a NaN amplitude: a trace without
+// any swing, which scores 2.
+TEST_F(Exports, RecordsAndEventsOfSimpleTraces) {
+    const Input flat = flatWith({});
+    // A plateau 20 bpm up for 20 s from sample 1000.
+    const Input acceleration = flatWith({{1000, 80, 160}});
+    // A dip 30 bpm down for 25 s from sample 2000, short stretches up before it
+    // and more than 90 s after it.  Fischer smooths the trace over 15 samples:
+    // its trigger lies where the ramp first reaches 18 bpm below, far from 30.
+    const Input dip = flatWith({{600, 20, 150}, {2000, 100, 110}, {3000, 20, 150}});
+    // A dip already under way when the spacing first allows a trigger (sample
+    // 480): Fischer judges it at its floor.
+    const Input lateDip = flatWith({{100, 20, 150}, {400, 200, 100}, {3000, 20, 150}});
+    const struct {
+        const Input& input;
+        ExportedMethod method;
+        const char* words;
+        std::vector<Ints> events;
+    } cases[] = {
+        // clang-format off
+        {flat, kKrebs, "6 2 2 0 0 2 0 -1*28 140 0 -524288 0 0 0 0 -1*9 0 -1 -1", kNoEvents},
+        {flat, kFischer, "6 2 2 0 0 2 -1*17 0 -1*11 140 0 -524288 0 0 0 0 0 -1 0*5 -1 -1 0 -1 -1", kNoEvents},
+        {flat, kAcog, "-1*7 1 0 0 0 0*5 0 1 0 1 0 1 1 -1 1 0*4 1 0 0 1 1 0 140 0 -524288 0 0 0 0 0 -1 0*8 -1 -1", kNoEvents},
+        {flat, kUc, "0 -1 0 140 0 0 0 0 -1*27 140 0*6 -1 -1 0*5 -1 -1 0 0 -1", kNoEvents},
+        {acceleration, kKrebs, "7 2 2 0 1 2 0 -1*28 140 0 -524288 0 0 1 0 -1*9 0 -1 -1", {{999}, {1080}, {}, {}}},
+        {acceleration, kFischer, "6 2 2 0 0 2 -1*17 0 -1*11 140 0 -524288 0 0 1 0 0 -1 0*5 -1 -1 0 -1 -1", {{1001}, {1092}, {}, {}}},
+        {acceleration, kAcog, "-1*7 1 0 0 0 0*5 1 0 0 0 0 1 1 -1 1 0*4 1 0 0 1 1 0 140 0 -524288 0 0 1 0 0 -1 0*8 -1 -1", {{999}, {1080}, {}, {}}},
+        {dip, kKrebs, "5 2 2 0 0 1 0 -1*28 140 0 -524288 0 0 0 1 -1*9 0 -1 -1", {{}, {}, {1999}, {2100}}},
+        {dip, kFischer, "4 2 2 0 0 0 -1*17 0 -1*11 140 0 -524288 0 0 0 0 0 -1 0 0 1 0 0 -1 -1 0 -1 -1", {{}, {}, {2000}, {2113}}},
+        {dip, kAcog, "-1*7 1 0 0 0 0*5 0 1 0 1 0 1 1 -1 1 0*4 1 0 0 1 1 0 140 0 -524288 0 0 0 1 0 -1 0 0 1 0*5 -1 -1", {{}, {}, {1999}, {2100}}},
+        {lateDip, kFischer, "4 2 2 0 0 0 -1*17 0 -1*11 140 0 -524288 0 0 0 1 0 -1 0 0 1 0 0 -1 -1 0 -1 -1", {{}, {}, {399}, {481}}},
+        // clang-format on
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.method.name) + ", case " + std::to_string(&c - cases));
+        const Outcome out = analyse(c.method, c.input);
+        expectCompleted(c.method, out, c.input);
+        EXPECT_EQ(out.words, record(c.words));
+        EXPECT_EQ(out.events, c.events);
+        if (&c.input == &flat) {
+            for (double value : out.baseline) ASSERT_DOUBLE_EQ(value, 140.0);
         }
-        stages.insert(stages.end(), {"auto_score end", "Score finished"});
-        if (!(method == kAcog)) {  // ACOG has no score line
-            stages.push_back(printed("Score : %d, %d, %d, %d, %d, %d, %d", Ints(words, words + 8)));
-            stages.push_back("");  // the score message ends with a newline of its own
-        }
-        EXPECT_EQ(logMessages(), runLog(method, kDefaults, stages)) << method.name;
-        EXPECT_EQ(words[35], 140);
-        EXPECT_EQ(method.baseline()->count, rec.length());
     }
 }
 
-TEST_F(Exports, KrebsScoresAFlatTraceAndFindsAnAccelerationAndADeceleration) {
-    Recording rec = flatRecording(20);
-    const int* words = QK4_calFhrKrebs(rec.fhr.data(), rec.fm.data(), rec.length(), kRate);
-    double amplitude, frequency;
-    std::memcpy(&amplitude, words + 36, sizeof amplitude);
-    std::memcpy(&frequency, words + 38, sizeof frequency);
-    EXPECT_TRUE(std::isnan(amplitude));  // no swing at all, which scores 2
-    EXPECT_EQ(frequency, 0.0);
-    EXPECT_EQ(Ints(words, words + 7), (Ints{6, 2, 2, 0, 0, 2, 0}));
-    const QK4_FhrBaseline* baseline = QK4_getKrebsBaseline();
-    ASSERT_EQ(baseline->count, rec.length());
-    for (int i = 0; i < baseline->count; ++i) ASSERT_DOUBLE_EQ(baseline->data[i], 140.0) << i;
-
-    rec = accelerationRecording();
-    words = QK4_calFhrKrebs(rec.fhr.data(), rec.fm.data(), rec.length(), kRate);
-    const QK4_FhrLocation* location = QK4_getKrebsLocation();
-    EXPECT_EQ(listOf(location->accelerationStarts), Ints{999});
-    EXPECT_EQ(listOf(location->accelerationEnds), Ints{1080});
-    EXPECT_EQ(location->decelerationStarts.count + location->decelerationEnds.count, 0);
-    EXPECT_EQ(Ints(words, words + 7), (Ints{7, 2, 2, 0, 1, 2, 0}));
-    EXPECT_EQ(words[40], 1);
-    EXPECT_TRUE(logged("Type 2"));
-
-    rec = decelerationRecording();
-    words = QK4_calFhrKrebs(rec.fhr.data(), rec.fm.data(), rec.length(), kRate);
-    location = QK4_getKrebsLocation();
-    EXPECT_EQ(listOf(location->decelerationStarts), Ints{1999});
-    EXPECT_EQ(listOf(location->decelerationEnds), Ints{2100});
-    EXPECT_EQ(words[41], 1);
-    EXPECT_EQ(words[5], 1);
-    EXPECT_TRUE(logged("Type 3"));
-}
-
+// Each getter call hands out fresh arrays in the same record and keeps the
+// earlier ones; the result record is shared, the events are each method's own.
 TEST_F(Exports, GettersHandOutFreshArraysAndEachMethodKeepsItsOwnEvents) {
-    const Recording rec = accelerationRecording();
-    int* krebs = QK4_calFhrKrebs(rec.fhr.data(), rec.fm.data(), rec.length(), kRate);
+    const Input in = flatWith({{1000, 80, 160}});
+    int* krebs = QK4_calFhrKrebs(in.fhr.data(), in.fm.data(), in.length, kRate);
     QK4_FhrLocation* first = QK4_getKrebsLocation();
     const int* firstStarts = first->accelerationStarts.data;
     QK4_FhrBaseline* firstBaseline = QK4_getKrebsBaseline();
@@ -267,74 +317,235 @@ TEST_F(Exports, GettersHandOutFreshArraysAndEachMethodKeepsItsOwnEvents) {
     EXPECT_NE(first->accelerationStarts.data, firstStarts);
     EXPECT_EQ(QK4_getKrebsBaseline(), firstBaseline);
     EXPECT_NE(firstBaseline->data, firstCurve);
-    EXPECT_EQ(firstStarts[0], 999);  // earlier arrays stay intact
-    EXPECT_DOUBLE_EQ(firstCurve[rec.length() - 1], 140.0);
+    EXPECT_EQ(firstStarts[0], 999);
+    EXPECT_EQ(firstCurve[in.length - 1], 140.0);
 
-    // One result record for all methods, but each keeps its own events.
-    int* uc = QK4_calFhrUC(rec.fhr.data(), rec.uc.data(), rec.fm.data(), rec.length(), kRate);
-    EXPECT_EQ(uc, krebs);
+    EXPECT_EQ(QK4_calFhrUC(in.fhr.data(), in.uc.data(), in.fm.data(), in.length, kRate), krebs);
     EXPECT_EQ(krebs[40], 0);
     EXPECT_EQ(listOf(QK4_getKrebsLocation()->accelerationStarts), Ints{999});
-    EXPECT_EQ(eventCount(QK4_getUCLocation()), 0);
-    EXPECT_EQ(QK4_getUCBaseline()->count, rec.length());
+    EXPECT_EQ(QK4_getUCLocation()->accelerationStarts.count, 0);
+    EXPECT_EQ(QK4_getUCBaseline()->count, in.length);
 }
 
-TEST_F(Exports, DeepDecelerationsAndTheFischerAndAcogRecords) {
-    const int* words = run(kAcog, decelerationRecording());
-    EXPECT_EQ(words[46], 1);  // decelerations
-    EXPECT_EQ(words[41], 1);  // deep ones
-    EXPECT_EQ(Ints(words, words + 7), Ints(7, -1));
-    EXPECT_EQ(Ints(words + 32, words + 35), (Ints{1, 1, 0}));  // always, in a run
+// --- bad input --------------------------------------------------------------------
 
-    // The Fischer run smooths the trace over 15 samples: the trigger lies where
-    // the ramp first reaches 18 bpm below, far from 30 bpm below.
-    words = run(kFischer, decelerationRecording());
-    EXPECT_EQ(words[46], 1);
-    EXPECT_EQ(words[41], 0);
-    EXPECT_EQ(words[6], -1);  // no movement item
-    EXPECT_EQ(words[0], words[1] + words[2] + words[3] + words[4] + words[5]);
-    const Lines lines = logMessages();
-    EXPECT_EQ(lines[lines.size() - 2].substr(lines[lines.size() - 2].rfind(", ")), ", -1");
+const std::vector<ExportedMethod> kAll = {kKrebs, kFischer, kAcog, kUc};
+const std::vector<ExportedMethod> kWithToco = {kFischer, kAcog, kUc};
 
-    // A dip already under way when the spacing first allows a trigger (sample
-    // 480) is judged at its floor.
-    Recording rec = flatRecording(20);
-    fill(rec.fhr, 100, 20, 150);
-    fill(rec.fhr, 400, 50 * kRate, 100);
-    fill(rec.fhr, 3000, 20, 150);
-    words = run(kFischer, rec);
-    EXPECT_EQ(words[46], 1);
-    EXPECT_EQ(words[41], 1);
-}
+struct BadInputCase {
+    std::string what;
+    Ints values;  // the change is made with each of them
+    std::function<void(Input&, const ExportedMethod&, int value)> change;  // of 10 minutes
+    std::string error;  // "" when the run completes
+    std::vector<ExportedMethod> methods = kAll;
+    std::function<int(int value)> movements = nullptr;  // word 51 of a completed run
+    int fmMode = 1;                                     // the default
+};
 
-TEST_F(Exports, ContractionMethodRatesThePeakOfTheFirstFiveMinutes) {
-    const int* words = run(kUc, flatRecording(20));
-    for (int w : {0, 2, 4, 5, 6, 7, 36, 37, 38, 39, 40, 41, 44, 45, 46, 47, 48, 51, 52}) {
-        EXPECT_EQ(words[w], 0) << "word " << w;
+const auto setRate = [](Input& in, auto&, int rate) { in.rate = rate; };
+const auto plusSamples = [](Input& in, auto& method, int extra) {
+    in = shortest(method, kRate, extra);
+};
+const auto fillHeartRate = [](Input& in, auto&, int bpm) {
+    std::fill(in.fhr.begin(), in.fhr.end(), bpm);
+};
+const auto alternate = [](Input& in, auto&, int) {
+    for (size_t t = 0; t < in.fhr.size(); ++t) in.fhr[t] = t % 2 == 0 ? 0 : 250;
+};
+const Ints kTocoValues = {0, -1, -50, 99, 100, 101, 299, 300, 301, INT_MIN, INT_MAX};
+const Ints kMarkWords = {0,  1,  2,  3,  4,  5,  6,       7,       8,     9,         10,
+                         11, 12, 13, 14, 15, -1, INT_MIN, INT_MAX, 0x104, 0x7FFFFFF8};
+const auto markOnlyAt = [](int second) {
+    return [second](Input& in, auto&, int word) {
+        std::fill(in.fm.begin(), in.fm.end(), 0);
+        in.fm[second] = word;
+    };
+};
+
+// clang-format off
+const BadInputCase kBadInputs[] = {
+    {"rate", {0, -1, -4, INT_MIN}, setRate, kRateError},
+    // Rates whose one- or five-minute sample count leaves the int range: wrapped,
+    // the product would be negative or small and let a short trace through.
+    {"rate", {35791395, 71582789, 7158279, 14316558, INT_MAX}, setRate, kLengthError},
+    {"length", {0, -1, -240, INT_MIN}, [](Input& in, auto&, int n) { in.length = n; }, kLengthError},
+    {"samples past the shortest recording", {-1}, plusSamples, kLengthError},
+    {"samples past the shortest recording", {0, 1}, plusSamples, ""},
+    {"shortest recording at rate", {1}, [](Input& in, auto& m, int rate) { in = shortest(m, rate); }, ""},
+    // Every sample is analysed, and the marks are read up to the last whole
+    // second: a mark there is counted.
+    {"length not a multiple of rate", {3, 4, 7}, [](Input& in, auto& method, int rate) {
+         in = shortest(method, rate, rate - 1);
+         in.fm.assign(in.length / rate, 0);
+         in.fm.back() = 4;
+     }, "", kAll, [](int) { return 1; }},
+    {"null heart rate", {0}, [](Input& in, auto&, int) { in.nullFhr = true; }, kNullError},
+    {"null toco", {0}, [](Input& in, auto&, int) { in.nullUc = true; }, kNullError, kWithToco},
+    {"null arrays, samples", {30}, [](Input& in, auto&, int length) {
+         in.length = length;
+         in.nullFhr = in.nullUc = in.nullFm = true;
+     }, kLengthError},
+    {"null marks", {0}, [](Input& in, auto&, int) { in.nullFm = true; }, "", kAll, [](int) { return 0; }},
+    // A mark word counts in the main scan when it has the bit of fmMode (0: 8,
+    // 1: 4, 2: either), in the last 300 s only when it is exactly 4 or 8.
+    {"mark word at second 100", kMarkWords, markOnlyAt(100), "", kAll, [](int word) { return (word & 4) != 0; }},
+    {"mark word at second 100, fmMode 0", kMarkWords, markOnlyAt(100), "", kAll, [](int word) { return (word & 8) != 0; }, 0},
+    {"mark word at second 100, fmMode 2", kMarkWords, markOnlyAt(100), "", kAll, [](int word) { return (word & 12) != 0; }, 2},
+    {"mark word at second 450", kMarkWords, markOnlyAt(450), "", kAll, [](int word) { return word == 4 || word == 8; }},
+    {"heart rate", {0, -1, 59, 211, 300, INT_MIN, INT_MAX}, fillHeartRate, kRangeError},
+    {"heart rate", {60, 210}, fillHeartRate, ""},
+    {"heart rate alternating 0 and 250", {0}, alternate, kRangeError, {kKrebs, kAcog, kUc}},
+    // Fischer tests the range after its 15-sample average.
+    {"heart rate alternating 0 and 250", {0}, alternate, "", {kFischer}},
+    // Toco outside the contraction baseline's range, throughout, and in a
+    // stretch of the first five minutes and at the very end.
+    {"toco", kTocoValues, [](Input& in, auto&, int v) { std::fill(in.uc.begin(), in.uc.end(), v); }, "", kWithToco},
+    {"toco stretches", kTocoValues, [](Input& in, auto&, int v) {
+         std::fill_n(in.uc.begin() + 2 * 60 * kRate, 40, v);
+         std::fill_n(in.uc.end() - 40, 40, v);
+     }, "", kWithToco},
+    // The contraction method's peak of the first five minutes counts a toco of 0
+    // as 1, and ends at 300 s whatever the rate.
+    {"toco stretch at six minutes, rate", {2}, [](Input& in, auto&, int rate) {
+         in = synthetic(20 * 60 * rate, rate);
+         std::fill_n(in.uc.begin() + 6 * 60 * rate, 40, 95);
+     }, "", kWithToco},
+    {"minutes of toco 0 before the contractions", {5}, [](Input& in, auto&, int minutes) {
+         in = synthetic(20 * 60 * kRate);
+         std::fill_n(in.uc.begin(), minutes * 60 * kRate, 0);
+     }, "", kWithToco},
+};
+// clang-format on
+
+// Every kind of bad input a host can hand over, and what it gets: a refused run
+// (after a completed one, whose exports it must not leave behind) or a run that
+// completes.
+TEST_F(BadInput, EachKindGetsItsAnswer) {
+    const Input base = synthetic(10 * 60 * kRate);
+    for (const BadInputCase& c : kBadInputs) {
+        Fields fields = kDefaults;
+        fields[15] = c.fmMode;
+        setFields(fields);
+        for (int value : c.values) {
+            for (const ExportedMethod& method : c.methods) {
+                SCOPED_TRACE(c.what + " " + std::to_string(value) + ", " + method.name);
+                Input in = base;
+                c.change(in, method, value);
+                if (c.error.empty()) {
+                    const Outcome out = analyse(method, in);
+                    expectCompleted(method, out, in, fields);
+                    if (c.movements) {
+                        EXPECT_EQ(out.words[51], c.movements(value));
+                    }
+                } else {
+                    analyse(method, base);
+                    const std::string minutes = std::to_string(method.minimumMinutes) + " minutes";
+                    expectRefused(method, analyse(method, in),
+                                  c.error == kLengthError ? c.error + minutes : c.error);
+                }
+            }
+        }
     }
-    for (int w : {1, 8, 20, 23, 34, 42, 43, 49, 50, 53}) EXPECT_EQ(words[w], -1) << "word " << w;
-    EXPECT_EQ(words[3], 140);
-
-    for (const auto& [peak, rating] : {std::pair{30, 0}, {31, 1}, {90, 1}, {91, 2}}) {
-        Recording rec = flatRecording(20);
-        addContraction(rec.uc, 600, 120, peak);
-        addContraction(rec.uc, 1800, 120, 60);
-        addContraction(rec.uc, 2700, 120, 95);  // after five minutes: does not count
-        addContraction(rec.uc, 3600, 120, 60);
-        words = run(kUc, rec);
-        ASSERT_NE(words[1], -1) << "too few contractions found";
-        EXPECT_EQ(words[7], peak);
-        EXPECT_EQ(words[0], rating);
-        EXPECT_EQ(words[1], words[4] - words[5]);
-        EXPECT_EQ(words[2], words[5] - words[6]);
-        EXPECT_GT(words[4], 3600);
-        EXPECT_GT(words[6], 2700);
-    }
-
-    Recording zero = flatRecording(20, 140, 0);  // a toco of 0 counts as 1
-    for (int centre : {1800, 2700, 3600}) addContraction(zero.uc, centre, 120, 60);
-    words = run(kUc, zero);
-    ASSERT_NE(words[1], -1) << "too few contractions found";
-    EXPECT_EQ(words[7], 1);
-    EXPECT_EQ(words[0], 0);
 }
+
+TEST_F(BadInput, EightHourRecordingCompletesForEveryMethod) {
+    const Input in = synthetic(8 * 3600 * kRate);
+    for (const ExportedMethod& method : kExportedMethods) {
+        const Outcome out = analyse(method, in);
+        expectCompleted(method, out, in);
+        EXPECT_TRUE(method == kUc || !out.events[0].empty()) << method.name;
+    }
+}
+
+// Replacing invalid samples by the last valid one (leading ones by the first
+// valid one) must give exactly the run of the repaired trace.
+TEST_F(BadInput, InvalidHeartRateSamplesAreHeldAtTheLastValidValue) {
+    const Input clean = synthetic(10 * 60 * kRate);
+    Input broken = clean, repaired = clean;
+    const int invalid[] = {0, -1, 59, 211, 300, INT_MIN, INT_MAX};
+    // A leading stretch of invalid samples, then invalid samples scattered singly and in runs.
+    for (int t = 0; t < 200; ++t) broken.fhr[t] = invalid[t % 7];
+    std::fill(repaired.fhr.begin(), repaired.fhr.begin() + 200, clean.fhr[200]);
+    for (int t = 300; t < clean.length; t += 97) {
+        for (int k = 0; k <= t % 5 && t + k < clean.length; ++k) {
+            broken.fhr[t + k] = invalid[(t + k) % 7];
+            repaired.fhr[t + k] = repaired.fhr[t - 1];
+        }
+    }
+    // The contraction stages carry filter state from run to run: compare what
+    // comes of the heart rate only, the exports and words 35-41 and 51.
+    const auto heartRatePart = [](const Outcome& out) {
+        return std::tuple(out.events, out.baseline, Ints(&out.words[35], &out.words[42]),
+                          out.words[51]);
+    };
+    for (const ExportedMethod& method : {kKrebs, kAcog, kUc}) {
+        SCOPED_TRACE(method.name);
+        const Outcome fromRepaired = analyse(method, repaired),
+                      fromBroken = analyse(method, broken);
+        expectCompleted(method, fromBroken, broken);
+        EXPECT_TRUE(heartRatePart(fromBroken) == heartRatePart(fromRepaired));
+    }
+    expectCompleted(kFischer, analyse(kFischer, broken), broken);
+}
+
+// Each field at, just inside and just outside its range and at the int limits:
+// stored and shown as given (-1 in a core field restores every default), while
+// every method logs and uses the default in place of an out-of-range value.  A
+// null record changes nothing.
+TEST_F(BadInput, EveryParameterFieldAtAndBeyondItsRange) {
+    constexpr std::pair<int, int> kRanges[17] = {
+        {2, 10}, {1, 5},    {15, 20}, {15, 20}, {30, 600}, {10, 20},  {10, 20}, {30, 600},  {5, 15},
+        {5, 15}, {20, 600}, {10, 35}, {5, 15},  {5, 15},   {20, 600}, {0, 2},   {300, 1800}};
+    for (int field = 0; field < 17; ++field) {
+        const auto [lower, upper] = kRanges[field];
+        for (int value :
+             {lower, lower + 1, upper - 1, upper, lower - 1, upper + 1, -1, INT_MIN, INT_MAX}) {
+            SCOPED_TRACE("field " + std::to_string(field) + " = " + std::to_string(value));
+            Fields given = kDefaults, used = kDefaults;
+            given[field] = value;
+            if (value >= lower && value <= upper) used[field] = value;
+            setFields(given);
+            QK4_setParameter(nullptr);  // ignored
+            for (const ExportedMethod& method : kExportedMethods) {
+                const Input in = shortest(method);
+                expectCompleted(method, analyse(method, in), in, used);
+            }
+            const bool core = field <= 7 || field >= 15;
+            EXPECT_EQ(fieldsOf(QK4_getParameter()), value == -1 && core ? kDefaults : given);
+        }
+    }
+}
+
+// --- research recordings ----------------------------------------------------------
+
+// Every research recording through all four methods in one process, as a
+// viewer of stored recordings would run them (CTGSCORE_RECORDINGS_LIMIT, in
+// minutes, keeps to the shorter ones).
+TEST_F(Recordings, EveryRecordingRunsThroughAllFourMethods) {
+    if (dataDir().empty()) GTEST_SKIP() << "research recordings not present";
+    const std::vector<Recording> recordings = researchRecordings();
+    if (recordings.empty()) GTEST_SKIP() << "CTGSCORE_RECORDINGS_LIMIT selects no recording";
+    for (const Recording& rec : recordings) {
+        SCOPED_TRACE(rec.name);
+        const Input in = fromRecording(rec);
+        // Recordings that are all signal loss must fail, and only those.
+        const bool hopeless =
+            std::none_of(in.fhr.begin(), in.fhr.end(), [](int v) { return v >= 60 && v <= 210; });
+        Outcome krebs;
+        for (const ExportedMethod& method : kExportedMethods) {
+            SCOPED_TRACE(method.name);
+            const Outcome out = analyse(method, in);
+            if (hopeless) {
+                expectRefused(method, out, kRangeError);
+            } else {
+                expectCompleted(method, out, in);
+            }
+            if (method == kKrebs) krebs = out;
+        }
+        // Again, after the other methods: nothing may carry over.
+        EXPECT_TRUE(analyse(kKrebs, in).key() == krebs.key());
+    }
+    std::printf("analysed %zu recordings\n", recordings.size());
+}
+
+}  // namespace

@@ -21,7 +21,7 @@
 
 namespace {
 
-using testing_support::ExportedMethod;
+using namespace testing_support;
 
 std::vector<int> splitInts(const std::string& text) {
     std::vector<int> values;
@@ -56,7 +56,7 @@ void runMethod(std::FILE* out, const std::string& path, const std::string& metho
     std::fprintf(out, "run %s %s\nwords", path.substr(path.find_last_of('/') + 1).c_str(),
                  methodName.c_str());
     for (int i = 0; i < CTGSCORE_RESULT_WORDS; ++i) std::fprintf(out, " %d", words[i]);
-    if (words[method == testing_support::kAcog ? 35 : 0] == -1) {
+    if (words[method == kAcog ? 35 : 0] == -1) {
         std::fprintf(out, "\nfailed\n");
         return;
     }
@@ -84,10 +84,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     const std::map<std::string, const ExportedMethod*> methods = {
-        {"krebs", &testing_support::kKrebs},
-        {"fischer", &testing_support::kFischer},
-        {"acog", &testing_support::kAcog},
-        {"uc", &testing_support::kUc}};
+        {"krebs", &kKrebs}, {"fischer", &kFischer}, {"acog", &kAcog}, {"uc", &kUc}};
     const int rate = std::stoi(argv[2]);
     if (std::string(argv[4]) != "-") {
         const std::vector<int> values = splitInts(argv[4]);
