@@ -7,6 +7,9 @@ import pytest
 PACKAGE_ROOT = pathlib.Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(PACKAGE_ROOT))
 
+import ctgscore  # noqa: E402
+import recordings  # noqa: E402
+
 
 def data_dir():
     """The research recordings, or None when they are not beside the project."""
@@ -15,31 +18,45 @@ def data_dir():
     return folder if (folder / "train").is_dir() else None
 
 
+def built(variable):
+    """The built program or library that CTest names in `variable`; skips the test without it."""
+    return os.environ.get(variable) or pytest.skip(f"{variable} is not set (CTest sets it)")
+
+
+@pytest.fixture(scope="session", autouse=True)
+def session_directory(tmp_path_factory):
+    """Shared fixtures run here, so the library's log of their analyses lands in no source
+    or build folder."""
+    with pytest.MonkeyPatch.context() as patch:
+        patch.chdir(tmp_path_factory.mktemp("session"))
+        yield
+
+
 @pytest.fixture(autouse=True)
 def in_temporary_directory(tmp_path, monkeypatch):
     """Every test runs in its own directory, where the library's log lands."""
     monkeypatch.chdir(tmp_path)
 
 
-def _built_program(variable):
-    program = os.environ.get(variable)
-    if not program:
-        pytest.skip(f"{variable} is not set (the tests run it through CTest)")
-    return program
+@pytest.fixture(scope="session")
+def archive(tmp_path_factory):
+    """Eight generated recordings (CSV and FHRMA), a broken file, one too short for every
+    method and a file that is no recording."""
+    folder = tmp_path_factory.mktemp("archive")
+    for seed in range(8):
+        fhr, uc, fm = recordings.generate(seed, minutes=10 + seed)
+        if seed % 2:
+            recordings.write_fhrma(folder / f"rec{seed}.fhr", fhr, uc)
+        else:
+            recordings.write_csv(folder / f"rec{seed}.csv", fhr, uc, fm, 4)
+    (folder / "broken.csv").write_text("fhr,uc,fm\n140\n")
+    fhr, uc, _ = recordings.generate(9, minutes=1)
+    recordings.write_csv(folder / "short.csv", fhr[:120], uc[:120], [0] * 30, 4)
+    (folder / "notes.txt").write_text("not a recording\n")
+    return folder
 
 
-@pytest.fixture
-def reference_driver():
-    return _built_program("CTGSCORE_REFERENCE_DRIVER")
-
-
-@pytest.fixture
-def reader_driver():
-    """The command-line tool's readers, writing what they read as JSON lines."""
-    return _built_program("CTGSCORE_READER_DRIVER")
-
-
-@pytest.fixture
-def tool():
-    """The ctgscore command-line tool."""
-    return _built_program("CTGSCORE_TOOL")
+@pytest.fixture(scope="session")
+def archive_table(archive):
+    """The table of the archive, one analysis process at a time on this machine."""
+    return ctgscore.analyze_files(archive, progress=False)

@@ -1,61 +1,62 @@
 """Finding and killing the analysis processes that the tests start."""
 
+import concurrent.futures
 import os
+import pathlib
 import signal
 import time
 
-
-def _command_lines():
-    for entry in os.scandir("/proc"):
-        if entry.name.isdigit():
-            try:
-                with open(f"/proc/{entry.name}/cmdline", "rb") as file:
-                    yield int(entry.name), file.read().split(b"\0")
-            except OSError:
-                continue
+import ctgscore
 
 
-def kill_analysis_of(path, timeout=60):
-    """Waits for the analysis process of `path` and kills it with SIGKILL; returns its pid."""
-    wanted = os.fsencode(str(path))
+def _stat(pid):
+    """The fields of /proc/PID/stat after the command name: state, parent, ..."""
+    return pathlib.Path(f"/proc/{pid}/stat").read_bytes().rsplit(b")", 1)[1].split()
+
+
+def _kill_first(choose, what, timeout=60):
+    """Waits for an analysis process for which choose(pid, command words, parent) gives a
+    pid, and kills that pid with SIGKILL."""
     deadline = time.monotonic() + timeout
     while time.monotonic() < deadline:
-        for pid, words in _command_lines():
-            if b"ctgscore._child" in words and wanted in words:
-                os.kill(pid, signal.SIGKILL)
-                return pid
-        time.sleep(0.05)
-    raise AssertionError(f"no analysis process of {path} appeared within {timeout} s")
-
-
-def _parent_of(pid):
-    with open(f"/proc/{pid}/stat", "rb") as file:
-        return int(file.read().rsplit(b")", 1)[1].split()[1])
-
-
-def kill_parent_of_an_analysis(parents, timeout=60):
-    """Waits for an analysis process whose parent is one of `parents` and kills
-    that parent with SIGKILL; returns the parent's pid."""
-    deadline = time.monotonic() + timeout
-    while time.monotonic() < deadline:
-        for pid, words in _command_lines():
-            if b"ctgscore._child" not in words:
-                continue
+        for pid in filter(str.isdigit, os.listdir("/proc")):
             try:
-                parent = _parent_of(pid)
-            except (OSError, ValueError, IndexError):
+                words = pathlib.Path(f"/proc/{pid}/cmdline").read_bytes().split(b"\0")
+                victim = b"ctgscore._child" in words and choose(int(pid), words,
+                                                                int(_stat(pid)[1]))
+            except (OSError, IndexError):  # the process has just ended
                 continue
-            if parent in parents:
-                os.kill(parent, signal.SIGKILL)
-                return parent
+            if victim:
+                os.kill(victim, signal.SIGKILL)
+                return victim
         time.sleep(0.02)
-    raise AssertionError(f"no analysis process under {parents} appeared within {timeout} s")
+    raise AssertionError(f"no analysis process {what} appeared within {timeout} s")
+
+
+def kill_parent_of_an_analysis(parents):
+    """Kills the parent of the first analysis process started by one of `parents`."""
+    return _kill_first(lambda pid, words, parent: parent in parents and parent,
+                       f"under {parents}")
+
+
+def assert_killed_analysis_gives_a_failure_row(other, tmp_path, **options):
+    """The krebs table of `other` and of a file whose analysis process is killed: opening a
+    FIFO for reading blocks that process until then."""
+    fifo = tmp_path / "stuck.csv"
+    os.mkfifo(fifo)
+    with concurrent.futures.ThreadPoolExecutor(1) as pool:
+        killer = pool.submit(_kill_first, lambda pid, words, parent: os.fsencode(fifo) in words
+                             and pid, f"of {fifo}")
+        table = ctgscore.analyze_files([fifo, other], methods="krebs", **options)
+        killer.result()
+    assert table.file.tolist() == [str(other), str(fifo)]
+    assert table.ok.tolist() == [True, False]
+    assert table.reason[1] == f"{fifo}: the analysis process was killed by signal 9 (SIGKILL)"
 
 
 def alive(pid):
     """Whether the process exists and is not a zombie."""
     try:
-        with open(f"/proc/{pid}/stat", "rb") as file:
-            return file.read().rsplit(b")", 1)[1].split()[0] != b"Z"
+        return _stat(pid)[0] != b"Z"
     except OSError:
         return False

@@ -1,9 +1,7 @@
 """analyze_files: one row per recording and method, the same whatever the jobs or the
-order, the same values as the command-line tool's batch, failures as rows."""
+order, the values and events of the command-line tool's batch, failures as rows."""
 
-import concurrent.futures
 import json
-import os
 import subprocess
 
 import pandas
@@ -11,99 +9,90 @@ import pytest
 
 import ctgscore
 import processes
-import recordings
+from conftest import built
 
 
-@pytest.fixture(scope="module")
-def folder(tmp_path_factory):
-    """Four generated recordings, one broken file, one too short for every method."""
-    folder = tmp_path_factory.mktemp("recordings")
-    for seed in range(1, 5):
-        fhr, uc, fm = recordings.generate(seed, minutes=12)
-        writer = [lambda p: recordings.write_csv(p, fhr, uc, fm, 4),
-                  lambda p: recordings.write_fhrma(p, fhr, uc)][seed % 2]
-        writer(folder / f"rec{seed}.{['csv', 'fhr'][seed % 2]}")
-    (folder / "broken.csv").write_text("fhr,uc,fm\n140\n")
-    recordings.write_csv(folder / "short.csv", *recordings.generate(9, minutes=1)[:2], [0] * 30, 4)
-    (folder / "short.csv").write_text("\n".join((folder / "short.csv").read_text()
-                                                .splitlines()[:121]) + "\n")
-    (folder / "notes.txt").write_text("not a recording\n")
-    return folder
-
-
-@pytest.fixture(scope="module")
-def table(folder):
-    return ctgscore.analyze_files(folder, progress=False)
-
-
-def test_same_table_whatever_the_jobs_and_the_order(folder, table):
-    files = sorted(str(path) for path in folder.iterdir() if path.suffix != ".txt")
+def test_same_table_whatever_the_jobs_and_the_order(archive, archive_table):
+    files = sorted(str(path) for path in archive.iterdir() if path.suffix != ".txt")
     pandas.testing.assert_frame_equal(
-        ctgscore.analyze_files(files[::-1], jobs=2, progress=True), table)
-    assert list(table.columns) == [name for name, _ in ctgscore.COLUMNS]
-    assert len(table) == 4 * 4 + 1 + 4
-    broken = table[table.name == "broken"].iloc[0]
-    assert broken.method is None and not broken.ok
-    assert broken.reason == f"{folder / 'broken.csv'}: line 2: 1 fields, the header has 3"
-    short = table[table.name == "short"]
-    assert short.method.tolist() == list(ctgscore.METHODS) and not short.ok.any()
-    assert short.reason.str.contains("minimum length").all()
+        ctgscore.analyze_files(files[::-1], jobs=2, progress=True), archive_table)
 
 
-COMPARED = {"baseline_bpm": "baselineFhr", "movements": "movementCount",
-            "amplitude": "variabilityAmplitude", "frequency": "oscillationFrequency",
-            "accelerations": "accelerationCount", "peak_contraction": "peakContraction"}
+HEART_RATE = dict(baseline_bpm="baselineFhr", amplitude="variabilityAmplitude",
+                  frequency="oscillationFrequency", accelerations="accelerationCount",
+                  movements="movementCount")
+POINTS = dict(baseline_points="baselineScore", amplitude_points="amplitudeScore",
+              frequency_points="frequencyScore", acceleration_points="accelerationScore",
+              deceleration_points="decelerationScore")
+TYPES = dict(decelerations="decelerationExtra", deep_decelerations="decelerationCount",
+             early_decelerations="decTypeCount1", late_decelerations="decTypeCount2",
+             delayed_decelerations="decTypeCount3", other_decelerations="decTypeCount4",
+             deceleration_pattern="decelerationPattern")
+FLAGS = dict(acog_baseline="acogBaselineFlags", acog_variability="acogVariabilityFlags",
+             acog_accelerations="acogAccelerationFlags", acog_early="acogDecFlagsA",
+             acog_late="acogDecFlagsB", acog_delayed="acogDecFlagsC",
+             acog_pattern="acogPatternFlags")
+# Per method: table column -> the tool's name of the value.
+TOOL_WORDS = {
+    "krebs": {**HEART_RATE, **POINTS, "decelerations": "decelerationCount",
+              "movement_points": "movementScore"},
+    "fischer": {**HEART_RATE, **POINTS, **TYPES, "strong_contractions": "strongContractionFlag"},
+    "acog": {**HEART_RATE, **TYPES, **FLAGS},
+    "uc": dict(baseline_bpm="baselineFhr", movements="movementCount",
+               last_contraction_peak="lastContractionPeak",
+               last_contraction_end="lastContractionEnd",
+               previous_contraction_end="previousContractionEnd",
+               peak_contraction="peakContraction"),
+}
 
 
-def tool_values(result):
-    """The compared values of one method's entry of a batch line."""
-    words = result.get("words", {})
-    found = "decelerationCount" if result["method"] == "krebs" else "decelerationExtra"
-    return {"ok": result["ok"], "reason": result.get("error"), "total_score": result.get("score"),
-            "decelerations": words.get(found),
-            **{column: words.get(word) for column, word in COMPARED.items()}}
+def tool_rows(line):
+    """The table rows of one file (their values but file and name) from its batch line."""
+    if not line["ok"]:
+        return [{"ok": False, "reason": line["error"]}]
+    rows = []
+    for result in line["results"]:
+        words = result.get("words", {})
+        row = {"method": result["method"], "ok": result["ok"], "reason": result.get("error"),
+               "minutes": line["minutes"],
+               "signal_loss": pytest.approx(line["signal_loss_percent"] / 100),
+               "total_score": result.get("score"),
+               "max_score": result.get("max_score")}
+        row.update({column: "".join(map(str, words[word])) if "Flags" in word else words[word]
+                    for column, word in TOOL_WORDS[result["method"]].items() if word in words})
+        rows.append({column: value for column, value in row.items() if value is not None})
+    return rows
 
 
-def table_values(row):
-    values = {column: row[column] for column in ["ok", "reason", "total_score", "decelerations",
-                                                 *COMPARED]}
-    return {column: None if pandas.isna(value) else value for column, value in values.items()}
+def table_rows(rows):
+    return [{column: value for column, value in row.items()
+             if column not in ("file", "name") and not pandas.isna(value)}
+            for row in rows.to_dict("records")]
 
 
-def test_rows_and_events_agree_with_the_tool(tool, folder, table, tmp_path):
+def tool_events(line):
+    return [{"method": result["method"], "kind": kind, **event} for result in line["results"]
+            for kind in ("acceleration", "deceleration") for event in result.get(kind + "s", [])]
+
+
+def test_rows_and_events_agree_with_the_tool(archive, archive_table, tmp_path):
     out = tmp_path / "batch.jsonl"
-    subprocess.run([tool, "batch", str(folder), "--out", str(out)], check=True,
-                   capture_output=True)
+    subprocess.run([built("CTGSCORE_TOOL"), "batch", str(archive), "--out", str(out)],
+                   check=True, capture_output=True)
     lines = [json.loads(line) for line in out.read_text().splitlines()]
-    assert sorted(set(table.file)) == [line["file"] for line in lines]
+    assert sorted(set(archive_table.file)) == [line["file"] for line in lines]
     for line in lines:
-        rows = table[table.file == line["file"]]
-        if not line["ok"]:
-            assert rows.reason.tolist() == [line["error"]]
-            continue
-        assert [table_values(row) for _, row in rows.iterrows()] == [
-            tool_values(result) for result in line["results"]], line["file"]
-        assert rows.signal_loss.iloc[0] * 100 == pytest.approx(line["signal_loss_percent"])
-        if not all(result["ok"] for result in line["results"]):
+        rows = archive_table[archive_table.file == line["file"]]
+        assert table_rows(rows) == tool_rows(line), line["file"]
+        if not line["ok"] or not all(result["ok"] for result in line["results"]):
             continue
         events = ctgscore.analyze(ctgscore.read(line["file"]), method="all").events()
-        for result in line["results"]:
-            for kind in ("acceleration", "deceleration"):
-                mine = events[(events.method == result["method"]) & (events.kind == kind)]
-                assert mine[["start", "end", "start_s", "end_s"]].to_dict("records") == \
-                    result.get(kind + "s", []), (line["file"], result["method"], kind)
+        assert events[events.kind.isin(["acceleration", "deceleration"])].to_dict(
+            "records") == tool_events(line), line["file"]
 
 
-def test_killed_analysis_process_gives_a_failure_row(folder, tmp_path):
-    fifo = tmp_path / "stuck.csv"
-    os.mkfifo(fifo)  # opening it for reading blocks the analysis process
-    with concurrent.futures.ThreadPoolExecutor(1) as pool:
-        killer = pool.submit(processes.kill_analysis_of, fifo)
-        table = ctgscore.analyze_files([fifo, folder / "rec1.fhr"], methods="krebs")
-        killer.result()
-    assert table.ok.tolist() == [True, False]
-    assert table.reason[1] == (f"{fifo}: the analysis process was killed by signal 9 "
-                               "(SIGKILL)")
+def test_killed_analysis_process_gives_a_failure_row(archive, tmp_path):
+    processes.assert_killed_analysis_gives_a_failure_row(archive / "rec1.fhr", tmp_path)
 
 
 def test_bad_arguments_raise(tmp_path):
