@@ -1,9 +1,11 @@
 """analyze: unusable input refused before the library sees (and logs) it, parameters,
-the library's failures, values derived from the words, the log."""
+the library's failures, values derived from the words, the log, calls from many threads."""
 
+import concurrent.futures
 import dataclasses
 import os
 import pathlib
+import threading
 
 import numpy
 import pytest
@@ -79,15 +81,8 @@ def test_stored_and_per_call_parameters():
         ctgscore.set_parameters(ctgscore.Parameters())
 
 
-def first_minutes(minutes):
-    samples = int(minutes * 60 * 4)
-    return FHR[:samples], UC[:samples], FM[:samples // 4]
-
-
 @pytest.mark.parametrize("traces, method, failing, reason", [
-    (first_minutes(0.99), "krebs", "krebs", "The minimum length is 1 minutes"),
-    (first_minutes(4.99), "fischer", "fischer", "The minimum length is 5 minutes"),
-    (first_minutes(4), "all", "fischer", "The minimum length is 5 minutes"),
+    ((FHR[:960], UC[:960], FM[:240]), "all", "fischer", "The minimum length is 5 minutes"),
     (([0] * len(FHR), UC, FM), "acog", "acog", "all heart rate out of range [60,210]"),
 ])
 def test_rejected_recording_raises_with_the_library_text(traces, method, failing, reason):
@@ -126,3 +121,33 @@ def test_log_directory_places_the_log_and_restores_the_directory(tmp_path):
     logs = list(target.glob("FhrScore_*.log"))
     assert len(logs) == 1 and "Error : The minimum length" in logs[0].read_text()
     assert not list(tmp_path.glob("FhrScore_*.log"))
+
+
+def unaffected_by_earlier_calls(results):
+    """All but the contraction findings, which depend on the state the contraction filter
+    kept from earlier calls."""
+    return {method: (result.raw_words if method == "krebs" else result.raw_words[35:42],
+                     result.accelerations, result.decelerations, list(result.baseline))
+            for method, result in results.items()}
+
+
+def test_eight_threads_get_the_serial_results():
+    jobs = [dict(zip(("fhr", "uc", "fm"), recordings.generate(seed=40 + index, minutes=10)),
+                 method="all", params=ctgscore.Parameters(var_amplitude_min=2 + index,
+                                                          acc_min_amplitude=15 + index % 6))
+            for index in range(8)]
+    serial = [unaffected_by_earlier_calls(ctgscore.analyze(**job)) for job in jobs]
+    assert len({str(view["krebs"][0]) for view in serial}) > 1
+    start = threading.Barrier(len(jobs))
+
+    def three_rounds(job):
+        start.wait()
+        views = []
+        for _ in range(3):
+            views.append(unaffected_by_earlier_calls(ctgscore.analyze(**job)))
+            ctgscore.get_parameters()
+        return views
+
+    with concurrent.futures.ThreadPoolExecutor(len(jobs)) as pool:
+        assert list(pool.map(three_rounds, jobs)) == [[view] * 3 for view in serial]
+    assert ctgscore.get_parameters() == ctgscore.Parameters()

@@ -23,14 +23,13 @@ def gids(artists):
     return [artist.get_gid() for artist in artists]
 
 
-@pytest.mark.parametrize("paper_speed, window", [(1, (None, None)), (3, (5, 12.5))])
-def test_figure_on_paper_scale_with_one_patch_per_event(analysed, tmp_path, paper_speed,
-                                                        window):
+@pytest.mark.parametrize("paper_speed, start, end", [(1, None, None), (3, 5, 12.5)])
+def test_figure_on_paper_scale_with_one_patch_per_event(analysed, tmp_path, paper_speed, start,
+                                                        end):
     recording, results = analysed
-    fig = ctgscore.plot(recording, results, paper_speed=paper_speed, start=window[0],
-                        end=window[1])
+    fig = ctgscore.plot(recording, results, paper_speed=paper_speed, start=start, end=end)
     fhr_ax, marks_ax, toco_ax = fig.axes
-    limits = (window[0] or 0, window[1] or recording.minutes)
+    limits = (start or 0, end or recording.minutes)
     assert fhr_ax.get_xlim() == toco_ax.get_xlim() == pytest.approx(limits)
     assert (fhr_ax.get_ylim(), toco_ax.get_ylim()) == ((50, 210), (0, 100))
     panel_cm = fhr_ax.get_position().width * fig.get_figwidth() * 2.54
