@@ -52,8 +52,9 @@ def format16_bytes(frames):
 
 
 def write_fhrma(path, fhr, uc, start=0):
-    """fhr and uc as an FHRMA file; channel 2 is channel 1 plus 2 bpm where there is signal."""
-    path.write_bytes(fhrma_bytes(start, [(4 * heart, 4 * heart + 8 if heart else 0, 2 * toco)
+    """fhr and uc as an FHRMA file, the toco half a unit up and channel 2 2.5 bpm above
+    channel 1 where there is signal: the halves test the rounding."""
+    path.write_bytes(fhrma_bytes(start, [(4 * heart, 4 * heart + 10 if heart else 0, 2 * toco + 1)
                                          for heart, toco in zip(fhr, uc)]))
 
 

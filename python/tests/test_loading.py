@@ -29,9 +29,9 @@ def run(command, cwd, **env_changes):
                           text=True)
 
 
-def probe(cwd, *recordings, python=sys.executable, **env_changes):
+def probe(cwd, *paths, python=sys.executable, **env_changes):
     """What PROBE prints, as a list of words, after the library's log echo."""
-    done = run([python, "-c", PROBE, *recordings], cwd, **env_changes)
+    done = run([python, "-c", PROBE, *paths], cwd, **env_changes)
     assert done.returncode == 0, done.stderr
     return done.stdout.splitlines()[-1].split()
 

@@ -41,6 +41,7 @@ def generated_files(tmp_path):
     fhr, uc, fm = recordings.generate(seed=5, minutes=6, rate=4)
     recordings.write_csv(tmp_path / "gen.csv", fhr, uc, fm, 4)
     recordings.write_fhrma(tmp_path / "gen.fhr", fhr, uc, start=1700000000)
+    recordings.write_fhrma(tmp_path / "nostart.fhr", fhr[:40], uc[:40])
     recordings.write_wfdb(tmp_path, "gen", fhr, uc, 4)
     (tmp_path / "odd.csv").write_bytes(ODD_CSV)
     (tmp_path / "split.hea").write_text(
@@ -53,7 +54,7 @@ def generated_files(tmp_path):
 
 @pytest.mark.parametrize("channel, rate", [(1, 4), (2, 4), ("max", 2)])
 def test_generated_files_of_every_format(generated_files, channel, rate):
-    names = ["gen.csv", "gen.fhr", "gen.hea", "gen.dat", "odd.csv", "split.hea"]
+    names = ["gen.csv", "gen.fhr", "nostart.fhr", "gen.hea", "gen.dat", "odd.csv", "split.hea"]
     assert_same_reads([generated_files / name for name in names], channel, rate)
 
 

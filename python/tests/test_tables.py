@@ -23,13 +23,13 @@ pytestmark = pytest.mark.filterwarnings("ignore:make_current is deprecated:Depre
 
 @pytest.fixture(scope="module")
 def archive(tmp_path_factory):
-    """Eight generated recordings (CSV and FHRMA), a broken file, one too short for every
-    method and a file that is no recording."""
+    """Eight generated recordings (CSV and FHRMA, of upper-case extension), a broken file, one
+    too short for every method and a file that is no recording."""
     folder = tmp_path_factory.mktemp("archive")
     for seed in range(8):
         fhr, uc, fm = recordings.generate(seed, minutes=10 + seed)
         if seed % 2:
-            recordings.write_fhrma(folder / f"rec{seed}.fhr", fhr, uc)
+            recordings.write_fhrma(folder / f"rec{seed}.FHR", fhr, uc)
         else:
             recordings.write_csv(folder / f"rec{seed}.csv", fhr, uc, fm, 4)
     (folder / "broken.csv").write_text("fhr,uc,fm\n140\n")
@@ -48,7 +48,8 @@ def archive_table(archive):
 def test_same_table_whatever_the_jobs_and_the_order(archive, archive_table):
     files = sorted(str(path) for path in archive.iterdir() if path.suffix != ".txt")
     pandas.testing.assert_frame_equal(
-        ctgscore.analyze_files(files[::-1], jobs=2, progress=True), archive_table)
+        ctgscore.analyze_files(files[::-1], ["uc", "acog", "fischer", "krebs"], jobs=2,
+                               progress=True), archive_table)
 
 
 # Table column -> the tool's name of the value; a method's row holds the values the tool
@@ -182,7 +183,7 @@ def cluster():
 def test_killed_analysis_process_gives_one_failure_row(request, archive, tmp_path, on_cluster):
     """Opening a FIFO for reading blocks the analysis process until it is killed."""
     client = request.getfixturevalue("cluster")[1] if on_cluster else None
-    fifo, other = tmp_path / "stuck.csv", archive / "rec1.fhr"
+    fifo, other = tmp_path / "stuck.csv", archive / "rec1.FHR"
     os.mkfifo(fifo)
     table, _ = analyze_files_killing(lambda pid, words, parent: os.fsencode(fifo) in words
                                      and pid, [fifo, other], methods="krebs", client=client)
