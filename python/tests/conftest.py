@@ -15,31 +15,21 @@ def data_dir():
     return folder if (folder / "train").is_dir() else None
 
 
+def built(variable):
+    """The built program or library that CTest names in `variable`; skips the test without it."""
+    return os.environ.get(variable) or pytest.skip(f"{variable} is not set (CTest sets it)")
+
+
+@pytest.fixture(scope="session", autouse=True)
+def session_directory(tmp_path_factory):
+    """Module fixtures run here, so the log of their analyses lands in no source or build
+    folder."""
+    with pytest.MonkeyPatch.context() as patch:
+        patch.chdir(tmp_path_factory.mktemp("session"))
+        yield
+
+
 @pytest.fixture(autouse=True)
 def in_temporary_directory(tmp_path, monkeypatch):
     """Every test runs in its own directory, where the library's log lands."""
     monkeypatch.chdir(tmp_path)
-
-
-def _built_program(variable):
-    program = os.environ.get(variable)
-    if not program:
-        pytest.skip(f"{variable} is not set (the tests run it through CTest)")
-    return program
-
-
-@pytest.fixture
-def reference_driver():
-    return _built_program("CTGSCORE_REFERENCE_DRIVER")
-
-
-@pytest.fixture
-def reader_driver():
-    """The command-line tool's readers, writing what they read as JSON lines."""
-    return _built_program("CTGSCORE_READER_DRIVER")
-
-
-@pytest.fixture
-def tool():
-    """The ctgscore command-line tool."""
-    return _built_program("CTGSCORE_TOOL")

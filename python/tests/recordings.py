@@ -1,6 +1,5 @@
-"""Synthetic recordings with a known shape, written as fhr,uc,fm CSV files."""
+"""Synthetic recordings with a known shape, written as CSV, FHRMA or WFDB files."""
 
-import csv
 import math
 import random
 import struct
@@ -35,22 +34,9 @@ def generate(seed, minutes=20, rate=4):
 
 def write_csv(path, fhr, uc, fm_per_second, rate):
     """Writes one row per sample; each second's mark goes on all its samples."""
-    with open(path, "w", newline="") as file:
-        writer = csv.writer(file)
-        writer.writerow(["fhr", "uc", "fm"])
-        for i, (heart, toco) in enumerate(zip(fhr, uc)):
-            second = i // rate
-            writer.writerow([heart, toco, fm_per_second[second] if second < len(fm_per_second)
-                             else 0])
-
-
-def read_csv(path, rate):
-    """(fhr, uc, fm_per_second) of a CSV; the mark of a second is that of its first sample."""
-    with open(path, newline="") as file:
-        rows = [[int(value) for value in row] for row in list(csv.reader(file))[1:]]
-    fhr = [row[0] for row in rows]
-    fm = [rows[second * rate][2] for second in range(len(rows) // rate)]
-    return fhr, [row[1] for row in rows], fm
+    marks = [mark for mark in fm_per_second for _ in range(rate)] + [0] * rate
+    path.write_text("fhr,uc,fm\n" + "".join(
+        f"{heart},{toco},{mark}\n" for heart, toco, mark in zip(fhr, uc, marks)))
 
 
 def fhrma_bytes(start, samples):
@@ -66,8 +52,9 @@ def format16_bytes(frames):
 
 
 def write_fhrma(path, fhr, uc, start=0):
-    """fhr and uc as an FHRMA file; channel 2 is channel 1 plus 2 bpm where there is signal."""
-    path.write_bytes(fhrma_bytes(start, [(4 * heart, 4 * heart + 8 if heart else 0, 2 * toco)
+    """fhr and uc as an FHRMA file, the toco half a unit up and channel 2 2.5 bpm above
+    channel 1 where there is signal: the halves test the rounding."""
+    path.write_bytes(fhrma_bytes(start, [(4 * heart, 4 * heart + 10 if heart else 0, 2 * toco + 1)
                                          for heart, toco in zip(fhr, uc)]))
 
 

@@ -1,7 +1,11 @@
-"""What analyze reports beyond the raw words: failures, names, log handling."""
+"""analyze: unusable input refused before the library sees (and logs) it, parameters,
+the library's failures, values derived from the words, the log, calls from many threads."""
 
+import concurrent.futures
+import dataclasses
 import os
 import pathlib
+import threading
 
 import numpy
 import pytest
@@ -9,84 +13,141 @@ import pytest
 import ctgscore
 import recordings
 
-RATE = 4
-FHR, UC, FM = recordings.generate(seed=31, minutes=12, rate=RATE)
+FHR, UC, FM = recordings.generate(seed=21, minutes=12)
 
 
-@pytest.mark.parametrize("method, minutes, reason", [
-    ("krebs", 0.99, "The minimum length is 1 minutes"),
-    ("acog", 0.99, "The minimum length is 1 minutes"),
-    ("uc", 0.99, "The minimum length is 1 minutes"),
-    ("fischer", 4.99, "The minimum length is 5 minutes"),
+def with_value(trace, index, value):
+    return trace[:index] + [value] + trace[index + 1:]
+
+
+@pytest.mark.parametrize("kwargs, error, text", [
+    (dict(fhr=None), TypeError, "fhr is None"),
+    (dict(uc=None, method="fischer"), TypeError, "uc is None"),
+    (dict(uc=UC[:-1]), ValueError, "uc has 2879 values"),
+    (dict(fm=FM + [0]), ValueError, "one mark per second"),
+    (dict(fhr=with_value(FHR, 7, 140.0)), TypeError, "fhr[7] = 140.0"),
+    (dict(fm=with_value(FM, 2, True)), TypeError, "fm[2] = True"),
+    (dict(fhr=with_value(FHR, 9, 2**31)), ValueError, "fhr[9] = 2147483648"),
+    (dict(uc=with_value(UC, 0, -2**31 - 1)), ValueError, "uc[0]"),
+    (dict(fhr=numpy.array(FHR, dtype=float)), TypeError, "dtype float64"),
+    (dict(fhr=numpy.array([FHR, FHR])), ValueError, "one-dimensional"),
+    (dict(fhr=numpy.where(numpy.arange(len(FHR)) == 5, 2**40, FHR)), ValueError,
+     "fhr[5] = 1099511627776"),
+    (dict(fhr=140), TypeError, "sequence of integers"),
+    (dict(fhr="140,141"), TypeError, "sequence of integers"),
+    (dict(rate=0), ValueError, "rate"),
+    (dict(rate=4.0), TypeError, "rate"),
+    (dict(rate=True), TypeError, "rate"),
+    (dict(method="Krebs"), ValueError, "method"),
+    (dict(params={"acc_min_duration": 15}), TypeError, "Parameters"),
 ])
-def test_short_recording_raises_with_the_library_text(method, minutes, reason):
-    length = int(minutes * 60 * RATE)
+def test_refused_before_the_library(kwargs, error, text):
+    with pytest.raises(error) as raised:
+        ctgscore.analyze(**{**dict(fhr=FHR, uc=UC, fm=FM, rate=4, method="krebs"), **kwargs})
+    assert text in str(raised.value)
+    assert not list(pathlib.Path.cwd().glob("FhrScore_*.log"))
+
+
+def test_every_field_range_is_inclusive_and_enforced():
+    assert list(ctgscore.Parameters.ranges().values()) == [
+        (2, 10), (1, 5), (15, 20), (15, 20), (30, 600), (10, 20), (10, 20), (30, 600),
+        (5, 15), (5, 15), (20, 600), (10, 35), (5, 15), (5, 15), (20, 600), (0, 2), (300, 1800)]
+    for name, (low, high) in ctgscore.Parameters.ranges().items():
+        for accepted in (low, high):
+            assert getattr(ctgscore.Parameters(**{name: accepted}), name) == accepted
+        for refused in (low - 1, high + 1, -1):
+            with pytest.raises(ValueError, match=f"{name} = {refused} is outside"):
+                ctgscore.Parameters(**{name: refused})
+    with pytest.raises(TypeError):
+        ctgscore.Parameters(fm_mode=1.0)
+
+
+def test_stored_and_per_call_parameters():
+    """Parameters given to one call are not kept; stored ones hold for every later call.
+    Krebs needs neither contractions nor movement marks."""
+    stored = ctgscore.Parameters(acc_min_amplitude=20, dec_min_spacing=30, reserved16=1800)
+    other = dataclasses.replace(stored, var_amplitude_min=10)
+    try:
+        ctgscore.set_parameters(stored)
+        assert ctgscore.get_parameters() == stored
+        with_other = ctgscore.analyze(FHR, params=other)
+        assert ctgscore.get_parameters() == stored
+        assert with_other.variability_amplitude != ctgscore.analyze(FHR).variability_amplitude
+        ctgscore.set_parameters(other)
+        assert ctgscore.analyze(FHR) == with_other
+        with pytest.raises(TypeError):
+            ctgscore.set_parameters(other.values())
+    finally:
+        ctgscore.set_parameters(ctgscore.Parameters())
+
+
+@pytest.mark.parametrize("traces, method, failing, reason", [
+    ((FHR[:960], UC[:960], FM[:240]), "all", "fischer", "The minimum length is 5 minutes"),
+    (([0] * len(FHR), UC, FM), "acog", "acog", "all heart rate out of range [60,210]"),
+])
+def test_rejected_recording_raises_with_the_library_text(traces, method, failing, reason):
     with pytest.raises(ctgscore.AnalysisError) as raised:
-        ctgscore.analyze(FHR[:length], UC[:length], FM[:length // RATE], RATE, method)
+        ctgscore.analyze(*traces, 4, method)
     error = raised.value
-    assert (error.method, error.reason) == (method, reason)
+    assert (error.method, error.reason, str(error)) == (
+        failing, reason, f"{failing} analysis failed: {reason}")
     assert error.raw_words == (-1,) * 54
-    assert any(line.endswith("Error : " + reason) for line in error.log_lines)
-    assert reason in str(error)
+    assert error.log_lines[-1].endswith("Error : " + reason)
 
 
-def test_trace_without_valid_heart_rate_raises():
-    with pytest.raises(ctgscore.AnalysisError,
-                       match=r"acog analysis failed: all heart rate out of range \[60,210\]"):
-        ctgscore.analyze([0] * len(FHR), UC, FM, RATE, "acog")
-
-
-def test_all_runs_the_four_methods_in_order():
-    results = ctgscore.analyze(FHR, UC, FM, RATE, "all")
-    assert list(results) == ["krebs", "fischer", "acog", "uc"]
-    assert [type(result) for result in results.values()] == [
-        ctgscore.KrebsResult, ctgscore.FischerResult, ctgscore.AcogResult, ctgscore.UcResult]
-    with pytest.raises(ctgscore.AnalysisError, match="fischer .*5 minutes"):
-        ctgscore.analyze(FHR[:240 * 4], UC[:240 * 4], FM[:240], RATE, "all")
-
-
-def test_named_words_agree_with_their_meaning():
-    results = ctgscore.analyze(FHR, UC, FM, RATE, "all")
-    krebs, fischer, acog, uc = results.values()
-    items = ("baseline_score", "amplitude_score", "frequency_score", "acceleration_score",
-             "deceleration_score")
-    assert krebs.total_score == sum(getattr(krebs, item) for item in items) + krebs.movement_score
-    assert fischer.total_score == sum(getattr(fischer, item) for item in items)
-    assert krebs.acceleration_count == len(krebs.accelerations) > 0
-    assert krebs.movement_count > 0
-    assert 100 < krebs.baseline_fhr == acog.baseline_fhr == uc.baseline_fhr < 180
-    assert krebs.variability_amplitude == acog.variability_amplitude > 0
-    assert acog.raw_words[0] == -1  # ACOG succeeds without writing word 0
-    assert acog.pattern_flags == (1, 1, 0)
-    for flags in (acog.baseline_flags, acog.variability_flags, acog.acceleration_flags):
-        assert set(flags) <= {0, 1} and sum(flags) >= 1
-    assert uc.raw_words[3] == uc.baseline_fhr
-    assert uc.last_peak < uc.last_end and uc.previous_end < uc.last_peak
-    assert uc.last_peak_to_end == uc.last_end - uc.last_peak
-    assert uc.accelerations == uc.decelerations == ()
-    start, end = krebs.decelerations[-1]
-    assert krebs.decelerations_seconds[-1] == (start / RATE, end / RATE)
-    assert len(krebs.baseline) == len(FHR)
-    assert isinstance(krebs.baseline, numpy.ndarray)
+def test_values_derived_from_the_words():
+    krebs, _, _, uc = ctgscore.analyze(FHR, UC, FM, 4, "all").values()
+    assert uc.last_peak_to_end == uc.last_end - uc.last_peak > 0
+    assert uc.previous_end_to_last_peak == uc.last_peak - uc.previous_end > 0
+    assert krebs.decelerations_seconds == tuple(
+        (start / 4, end / 4) for start, end in krebs.decelerations) != ()
 
 
 def test_log_echo_still_reaches_standard_output(capfd):
-    ctgscore.analyze(FHR, UC, FM, RATE)
+    ctgscore.analyze(FHR, UC, FM)
     out = capfd.readouterr().out
-    assert "]  Type : Krebs\n" in out
-    assert "]  Score finished\n" in out
+    assert "]  Type : Krebs\n" in out and "]  Score finished\n" in out
 
 
 def test_log_directory_places_the_log_and_restores_the_directory(tmp_path):
-    start = os.getcwd()
     target = tmp_path / "logs"
     target.mkdir()
     with pytest.raises(ctgscore.AnalysisError):
         with ctgscore.log_directory(target):
-            ctgscore.analyze(FHR, UC, FM, RATE)
+            ctgscore.analyze(FHR, UC, FM)
             assert os.getcwd() == str(target)
-            ctgscore.analyze(FHR[:10], UC[:10], FM[:2], RATE)
-    assert os.getcwd() == start
+            ctgscore.analyze(FHR[:10], UC[:10], FM[:2])
+    assert os.getcwd() == str(tmp_path)
     logs = list(target.glob("FhrScore_*.log"))
     assert len(logs) == 1 and "Error : The minimum length" in logs[0].read_text()
-    assert not list(pathlib.Path(start).glob("FhrScore_*.log"))
+    assert not list(tmp_path.glob("FhrScore_*.log"))
+
+
+def unaffected_by_earlier_calls(results):
+    """All but the contraction findings, which depend on the state the contraction filter
+    kept from earlier calls."""
+    return {method: (result.raw_words if method == "krebs" else result.raw_words[35:42],
+                     result.accelerations, result.decelerations, list(result.baseline))
+            for method, result in results.items()}
+
+
+def test_eight_threads_get_the_serial_results():
+    jobs = [dict(zip(("fhr", "uc", "fm"), recordings.generate(seed=40 + index, minutes=10)),
+                 method="all", params=ctgscore.Parameters(var_amplitude_min=2 + index,
+                                                          acc_min_amplitude=15 + index % 6))
+            for index in range(8)]
+    serial = [unaffected_by_earlier_calls(ctgscore.analyze(**job)) for job in jobs]
+    assert len({str(view["krebs"][0]) for view in serial}) > 1
+    start = threading.Barrier(len(jobs))
+
+    def three_rounds(job):
+        start.wait()
+        views = []
+        for _ in range(3):
+            views.append(unaffected_by_earlier_calls(ctgscore.analyze(**job)))
+            ctgscore.get_parameters()
+        return views
+
+    with concurrent.futures.ThreadPoolExecutor(len(jobs)) as pool:
+        assert list(pool.map(three_rounds, jobs)) == [[view] * 3 for view in serial]
+    assert ctgscore.get_parameters() == ctgscore.Parameters()

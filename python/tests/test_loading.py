@@ -1,7 +1,6 @@
 """Finding the library, and saying where it was looked for when it is not found."""
 
-import ctypes
-import importlib.util
+import ctypes.util
 import os
 import pathlib
 import shutil
@@ -11,111 +10,76 @@ import sys
 import pytest
 
 import recordings
+from conftest import PACKAGE_ROOT, built
 
-PACKAGE_ROOT = pathlib.Path(__file__).resolve().parents[1]
-PROBE = "import ctgscore; print(ctgscore.library_path())"
-
-
-def run_python(code, cwd, **env_changes):
-    env = {key: value for key, value in os.environ.items()
-           if key not in ("CTGSCORE_LIBRARY", "LD_LIBRARY_PATH")}
-    env.update({"PYTHONPATH": str(PACKAGE_ROOT), **env_changes})
-    return subprocess.run([sys.executable, "-c", code], cwd=cwd, env=env,
-                          capture_output=True, text=True)
+# Prints the library loaded, whether its defaults are the package's and the Krebs score of
+# each recording named.
+PROBE = ("import ctgscore, sys; print(ctgscore.library_path(), ctgscore.get_parameters() == "
+         "ctgscore.Parameters(), *(ctgscore.analyze(ctgscore.read(path)).total_score "
+         "for path in sys.argv[1:]))")
 
 
-def built_library():
-    path = os.environ.get("CTGSCORE_LIBRARY")
-    if not path:
-        pytest.skip("CTGSCORE_LIBRARY is not set (the tests run it through CTest)")
-    return pathlib.Path(path)
+def run(command, cwd, **env_changes):
+    """`command` with none of the variables that point at a library or the package but
+    `env_changes`."""
+    env = {key: value for key, value in os.environ.items() if key not in (
+        "CTGSCORE_LIBRARY", "CTGSCORE_LIBRARY_DIR", "LD_LIBRARY_PATH", "PYTHONPATH")}
+    env.update((key, str(value)) for key, value in env_changes.items())
+    return subprocess.run(list(map(str, command)), cwd=cwd, env=env, capture_output=True,
+                          text=True)
 
 
-def installed_on_system():
-    try:
-        ctypes.CDLL("libctgscore.so.1")
-        return True
-    except OSError:
-        return False
+def probe(cwd, *paths, python=sys.executable, **env_changes):
+    """What PROBE prints, as a list of words, after the library's log echo."""
+    done = run([python, "-c", PROBE, *paths], cwd, **env_changes)
+    assert done.returncode == 0, done.stderr
+    return done.stdout.splitlines()[-1].split()
 
 
-@pytest.mark.skipif(installed_on_system(), reason="libctgscore is installed system-wide")
-def test_missing_library_names_every_place_tried(tmp_path):
-    probe = run_python(PROBE, tmp_path)
-    assert probe.returncode != 0
-    message = probe.stderr
-    assert "LibraryNotFoundError" in message
-    for place in ("CTGSCORE_LIBRARY: not set", os.path.join(sys.prefix, "lib", "libctgscore.so.1"),
-                  "libctgscore.so.1:", 'find_library("ctgscore")', "Set CTGSCORE_LIBRARY"):
-        assert place in message
-
-
-def test_wrong_variable_is_reported_not_bypassed(tmp_path):
-    probe = run_python(PROBE, tmp_path, CTGSCORE_LIBRARY=str(tmp_path / "nowhere.so"))
-    assert probe.returncode != 0
-    assert f"{tmp_path / 'nowhere.so'}: no such file" in probe.stderr
+@pytest.mark.parametrize("variable, expected", [
+    ("nowhere.so", ["nowhere.so: no such file"]),
+    pytest.param(None, ["LibraryNotFoundError", "CTGSCORE_LIBRARY: not set",
+                        os.path.join(sys.prefix, "lib", "libctgscore.so.1"),
+                        "libctgscore.so.1:", 'find_library("ctgscore")', "Set CTGSCORE_LIBRARY"],
+                 marks=pytest.mark.skipif(ctypes.util.find_library("ctgscore") is not None,
+                                          reason="libctgscore is installed system-wide")),
+])
+def test_library_not_found_names_the_places_tried(tmp_path, variable, expected):
+    """A wrong CTGSCORE_LIBRARY is reported, not bypassed."""
+    wrong = {"CTGSCORE_LIBRARY": str(tmp_path / variable)} if variable else {}
+    failed = run([sys.executable, "-c", PROBE], tmp_path, PYTHONPATH=PACKAGE_ROOT, **wrong)
+    assert failed.returncode != 0
+    assert [text for text in expected if text not in failed.stderr] == [], failed.stderr
 
 
 def test_variable_may_name_the_folder(tmp_path):
-    library = built_library()
-    probe = run_python(PROBE + "; print(ctgscore.get_parameters() == ctgscore.Parameters())",
-                       tmp_path, CTGSCORE_LIBRARY=str(library.parent))
-    assert probe.returncode == 0, probe.stderr
-    path, library_has_our_defaults = probe.stdout.split()
-    assert pathlib.Path(path).parent == library.parent
-    assert library_has_our_defaults == "True"
-
-
-@pytest.mark.skipif(importlib.util.find_spec("wheel") is None,
-                    reason="building offline needs the wheel package")
-def test_installed_package_remembers_the_library_folder(tmp_path):
-    library = built_library()
-    source = shutil.copytree(PACKAGE_ROOT, tmp_path / "source",
-                             ignore=shutil.ignore_patterns("tests", "build", "*.egg-info"))
-    target = tmp_path / "site"
-    env = dict(os.environ, CTGSCORE_LIBRARY_DIR=str(library.parent))
-    install = subprocess.run(
-        [sys.executable, "-m", "pip", "install", "--no-build-isolation", "--no-index",
-         "--no-deps", "--target", str(target), str(source)],
-        cwd=tmp_path, env=env, capture_output=True, text=True)
-    if install.returncode != 0 and "No module named pip" in install.stderr:
-        pytest.skip("pip is not available")
-    assert install.returncode == 0, install.stderr
-    probe = run_python(PROBE, tmp_path, PYTHONPATH=str(target))
-    assert probe.returncode == 0, probe.stderr
-    assert pathlib.Path(probe.stdout.strip()).parent == library.parent
+    library = pathlib.Path(built("CTGSCORE_LIBRARY"))
+    found = probe(tmp_path, PYTHONPATH=PACKAGE_ROOT, CTGSCORE_LIBRARY=library.parent)
+    assert found == [str(library.parent / "libctgscore.so.1"), "True"]
 
 
 @pytest.mark.skipif(shutil.which("cmake") is None or not os.path.exists("/usr/bin/python3"),
                     reason="needs CMake and Debian's Python")
-def test_pip_builds_the_library_into_the_package(tmp_path):
-    """`pip install --no-build-isolation ./python` in a fresh virtual environment, from a
-    copy of the sources the library is built from; then no variable is needed."""
-    project = tmp_path / "project"
-    project.mkdir()
-    for part in ("CMakeLists.txt", "cmake", "include", "src", "python"):
-        source = PACKAGE_ROOT.parent / part
-        if source.is_dir():
-            shutil.copytree(source, project / part, ignore=shutil.ignore_patterns(
-                "tests", "build", "*.egg-info", "__pycache__"))
-        else:
-            shutil.copy2(source, project / part)
+def test_pip_install_into_a_fresh_virtual_environment(tmp_path):
+    """From a copy of the sources: with CTGSCORE_LIBRARY_DIR the package remembers that
+    folder; without it pip builds the library into the package, found with no variable."""
+    library = pathlib.Path(built("CTGSCORE_LIBRARY"))
+    project, needed = tmp_path / "project", ("CMakeLists.txt", "cmake", "include", "src", "python")
+    shutil.copytree(PACKAGE_ROOT.parent, project, ignore=lambda folder, names: [
+        name for name in names if name in ("tests", "build", "__pycache__")
+        or name.endswith(".egg-info")
+        or (folder == str(PACKAGE_ROOT.parent) and name not in needed)])
     venv = tmp_path / "venv"
-    subprocess.run(["/usr/bin/python3", "-m", "venv", "--system-site-packages", str(venv)],
-                   check=True, capture_output=True)
-    env = {key: value for key, value in os.environ.items() if key not in (
-        "CTGSCORE_LIBRARY", "CTGSCORE_LIBRARY_DIR", "LD_LIBRARY_PATH", "PYTHONPATH")}
-    install = subprocess.run([venv / "bin" / "pip", "install", "--no-build-isolation",
-                              "./python"], cwd=project, env=env, capture_output=True, text=True)
-    assert install.returncode == 0, install.stdout[-3000:] + install.stderr[-3000:]
-    recording = tmp_path / "rec.csv"
-    recordings.write_csv(recording, *recordings.generate(seed=4, minutes=10), 4)
-    probe = subprocess.run(
-        [venv / "bin" / "python", "-c", "import ctgscore; r = ctgscore.read('rec.csv'); "
-         "print(ctgscore.analyze(r).total_score, ctgscore.library_path())"],
-        cwd=tmp_path, env=env, capture_output=True, text=True)
-    assert probe.returncode == 0, probe.stderr
-    score, library = probe.stdout.splitlines()[-1].split()
-    assert 0 <= int(score) <= 12
-    assert pathlib.Path(library).relative_to(venv / "lib").parts[1:] == (
+    run(["/usr/bin/python3", "-m", "venv", "--system-site-packages", venv], tmp_path)
+    pip = [venv / "bin" / "pip", "install", "--no-build-isolation"]
+    for options, env in (([], {}), (["--no-deps", "--target", tmp_path / "site"],
+                                    {"CTGSCORE_LIBRARY_DIR": library.parent})):
+        done = run([*pip, *options, "./python"], project, **env)
+        assert done.returncode == 0, done.stdout[-3000:] + done.stderr[-3000:]
+    assert probe(tmp_path, PYTHONPATH=tmp_path / "site") == [
+        str(library.parent / "libctgscore.so.1"), "True"]
+    recordings.write_csv(tmp_path / "rec.csv", *recordings.generate(seed=4, minutes=10), 4)
+    found, same_defaults, score = probe(tmp_path, "rec.csv", python=venv / "bin" / "python")
+    assert pathlib.Path(found).relative_to(venv / "lib").parts[1:] == (
         "site-packages", "ctgscore", "libctgscore.so.1")
+    assert same_defaults == "True" and 0 <= int(score) <= 12

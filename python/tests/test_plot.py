@@ -14,34 +14,33 @@ from matplotlib import pyplot  # noqa: E402
 @pytest.fixture(scope="module")
 def analysed(tmp_path_factory):
     path = tmp_path_factory.mktemp("plot") / "rec.csv"
-    fhr, uc, fm = recordings.generate(seed=3, minutes=20)
-    recordings.write_csv(path, fhr, uc, fm, 4)
+    recordings.write_csv(path, *recordings.generate(seed=3, minutes=20), 4)
     recording = ctgscore.read(path)
     return recording, ctgscore.analyze(recording, method="all")
 
 
-def shaded(ax, kind):
-    return [patch for patch in ax.patches if patch.get_gid() == kind]
+def gids(artists):
+    return [artist.get_gid() for artist in artists]
 
 
-@pytest.mark.parametrize("paper_speed, window", [(1, (None, None)), (3, (5, 12.5))])
-def test_figure_on_paper_scale_with_one_patch_per_event(analysed, tmp_path, paper_speed,
-                                                        window):
+@pytest.mark.parametrize("paper_speed, start, end", [(1, None, None), (3, 5, 12.5)])
+def test_figure_on_paper_scale_with_one_patch_per_event(analysed, tmp_path, paper_speed, start,
+                                                        end):
     recording, results = analysed
-    fig = ctgscore.plot(recording, results, paper_speed=paper_speed, start=window[0],
-                        end=window[1])
+    fig = ctgscore.plot(recording, results, paper_speed=paper_speed, start=start, end=end)
     fhr_ax, marks_ax, toco_ax = fig.axes
-    limits = (window[0] or 0, window[1] or recording.minutes)
+    limits = (start or 0, end or recording.minutes)
     assert fhr_ax.get_xlim() == toco_ax.get_xlim() == pytest.approx(limits)
     assert (fhr_ax.get_ylim(), toco_ax.get_ylim()) == ((50, 210), (0, 100))
     panel_cm = fhr_ax.get_position().width * fig.get_figwidth() * 2.54
     assert panel_cm == pytest.approx((limits[1] - limits[0]) * paper_speed)
     assert fhr_ax.get_position().height * fig.get_figheight() * 2.54 == pytest.approx(8)
     krebs = results["krebs"]
-    assert (len(shaded(fhr_ax, "acceleration")), len(shaded(fhr_ax, "deceleration"))) == (
+    shaded = gids(fhr_ax.patches)
+    assert (shaded.count("acceleration"), shaded.count("deceleration")) == (
         len(krebs.accelerations), len(krebs.decelerations)) != (0, 0)
-    assert [line.get_gid() for line in toco_ax.lines].count("contraction_end") == 2
-    assert [line.get_gid() for line in marks_ax.lines] == ["movements"]
+    assert gids(toco_ax.lines).count("contraction_end") == 2
+    assert gids(marks_ax.lines) == ["movements"]
     fig.savefig(tmp_path / "strip.png", dpi=40)
     assert (tmp_path / "strip.png").read_bytes().startswith(b"\x89PNG")
     pyplot.close(fig)
@@ -51,10 +50,10 @@ def test_given_axes_and_bad_arguments(analysed):
     recording, results = analysed
     fig, axes = pyplot.subplots(2)
     assert ctgscore.plot(recording, results["fischer"], ax=tuple(axes)) is fig
-    assert axes[1].get_ylim() == (0, 100) and "movements" in [l.get_gid() for l in axes[1].lines]
+    assert axes[1].get_ylim() == (0, 100) and "movements" in gids(axes[1].lines)
     fig2, ax = pyplot.subplots()
     ctgscore.plot(recording, ax=ax)
-    assert ax.get_ylim() == (50, 210) and not shaded(ax, "acceleration")
+    assert ax.get_ylim() == (50, 210) and "acceleration" not in gids(ax.patches)
     for bad in (dict(paper_speed=4), dict(start=25), dict(start=5, end=5), dict(ax=[ax] * 3)):
         with pytest.raises(ValueError):
             ctgscore.plot(recording, results, **bad)

@@ -1,109 +1,122 @@
-"""analyze_files: one row per recording and method, the same whatever the jobs or the
-order, the same values as the command-line tool's batch, failures as rows."""
+"""analyze_files: one row per recording and method, the same whatever the jobs, the order
+or the Dask cluster, the values and events of the command-line tool's batch, and a failure
+row, never a missing one, when an analysis process or a worker is killed."""
 
 import concurrent.futures
 import json
 import os
+import pathlib
+import signal
 import subprocess
+import time
 
 import pandas
 import pytest
 
 import ctgscore
-import processes
 import recordings
+from conftest import built
+
+# Dask's tornado event loop warns on start-up.
+pytestmark = pytest.mark.filterwarnings("ignore:make_current is deprecated:DeprecationWarning")
 
 
 @pytest.fixture(scope="module")
-def folder(tmp_path_factory):
-    """Four generated recordings, one broken file, one too short for every method."""
-    folder = tmp_path_factory.mktemp("recordings")
-    for seed in range(1, 5):
-        fhr, uc, fm = recordings.generate(seed, minutes=12)
-        writer = [lambda p: recordings.write_csv(p, fhr, uc, fm, 4),
-                  lambda p: recordings.write_fhrma(p, fhr, uc)][seed % 2]
-        writer(folder / f"rec{seed}.{['csv', 'fhr'][seed % 2]}")
+def archive(tmp_path_factory):
+    """Eight generated recordings (CSV and FHRMA, of upper-case extension), a broken file, one
+    too short for every method and a file that is no recording."""
+    folder = tmp_path_factory.mktemp("archive")
+    for seed in range(8):
+        fhr, uc, fm = recordings.generate(seed, minutes=10 + seed)
+        if seed % 2:
+            recordings.write_fhrma(folder / f"rec{seed}.FHR", fhr, uc)
+        else:
+            recordings.write_csv(folder / f"rec{seed}.csv", fhr, uc, fm, 4)
     (folder / "broken.csv").write_text("fhr,uc,fm\n140\n")
-    recordings.write_csv(folder / "short.csv", *recordings.generate(9, minutes=1)[:2], [0] * 30, 4)
-    (folder / "short.csv").write_text("\n".join((folder / "short.csv").read_text()
-                                                .splitlines()[:121]) + "\n")
+    fhr, uc, _ = recordings.generate(9, minutes=1)
+    recordings.write_csv(folder / "short.csv", fhr[:120], uc[:120], [0] * 30, 4)
     (folder / "notes.txt").write_text("not a recording\n")
     return folder
 
 
 @pytest.fixture(scope="module")
-def table(folder):
-    return ctgscore.analyze_files(folder, progress=False)
+def archive_table(archive):
+    """The table of the archive, one analysis process at a time on this machine."""
+    return ctgscore.analyze_files(archive, progress=False)
 
 
-def test_same_table_whatever_the_jobs_and_the_order(folder, table):
-    files = sorted(str(path) for path in folder.iterdir() if path.suffix != ".txt")
+def test_same_table_whatever_the_jobs_and_the_order(archive, archive_table):
+    files = sorted(str(path) for path in archive.iterdir() if path.suffix != ".txt")
     pandas.testing.assert_frame_equal(
-        ctgscore.analyze_files(files[::-1], jobs=2, progress=True), table)
-    assert list(table.columns) == [name for name, _ in ctgscore.COLUMNS]
-    assert len(table) == 4 * 4 + 1 + 4
-    broken = table[table.name == "broken"].iloc[0]
-    assert broken.method is None and not broken.ok
-    assert broken.reason == f"{folder / 'broken.csv'}: line 2: 1 fields, the header has 3"
-    short = table[table.name == "short"]
-    assert short.method.tolist() == list(ctgscore.METHODS) and not short.ok.any()
-    assert short.reason.str.contains("minimum length").all()
+        ctgscore.analyze_files(files[::-1], ["uc", "acog", "fischer", "krebs"], jobs=2,
+                               progress=True), archive_table)
 
 
-COMPARED = {"baseline_bpm": "baselineFhr", "movements": "movementCount",
-            "amplitude": "variabilityAmplitude", "frequency": "oscillationFrequency",
-            "accelerations": "accelerationCount", "peak_contraction": "peakContraction"}
+# Table column -> the tool's name of the value; a method's row holds the values the tool
+# gives for it.
+TOOL_WORDS = dict(
+    baseline_bpm="baselineFhr", amplitude="variabilityAmplitude",
+    frequency="oscillationFrequency", accelerations="accelerationCount",
+    decelerations="decelerationExtra", deep_decelerations="decelerationCount",
+    movements="movementCount", baseline_points="baselineScore",
+    amplitude_points="amplitudeScore", frequency_points="frequencyScore",
+    acceleration_points="accelerationScore", deceleration_points="decelerationScore",
+    movement_points="movementScore", early_decelerations="decTypeCount1",
+    late_decelerations="decTypeCount2", delayed_decelerations="decTypeCount3",
+    other_decelerations="decTypeCount4", deceleration_pattern="decelerationPattern",
+    strong_contractions="strongContractionFlag", acog_baseline="acogBaselineFlags",
+    acog_variability="acogVariabilityFlags", acog_accelerations="acogAccelerationFlags",
+    acog_early="acogDecFlagsA", acog_late="acogDecFlagsB", acog_delayed="acogDecFlagsC",
+    acog_pattern="acogPatternFlags", last_contraction_peak="lastContractionPeak",
+    last_contraction_end="lastContractionEnd",
+    previous_contraction_end="previousContractionEnd", peak_contraction="peakContraction")
+# The Krebs method counts every deceleration in decelerationCount and no deep ones.
+KREBS_WORDS = {**TOOL_WORDS, "decelerations": "decelerationCount", "deep_decelerations": None}
 
 
-def tool_values(result):
-    """The compared values of one method's entry of a batch line."""
-    words = result.get("words", {})
-    found = "decelerationCount" if result["method"] == "krebs" else "decelerationExtra"
-    return {"ok": result["ok"], "reason": result.get("error"), "total_score": result.get("score"),
-            "decelerations": words.get(found),
-            **{column: words.get(word) for column, word in COMPARED.items()}}
+def tool_rows(line):
+    """The table rows of one file (their values but file and name) from its batch line."""
+    if not line["ok"]:
+        return [{"ok": False, "reason": line["error"]}]
+    rows = []
+    for result in line["results"]:
+        words = result.get("words", {})
+        row = {"method": result["method"], "ok": result["ok"], "reason": result.get("error"),
+               "minutes": line["minutes"], "total_score": result.get("score"),
+               "signal_loss": pytest.approx(line["signal_loss_percent"] / 100),
+               "max_score": result.get("max_score")}
+        row.update({column: "".join(map(str, words[word])) if "Flags" in word else words[word]
+                    for column, word in (KREBS_WORDS if result["method"] == "krebs"
+                                         else TOOL_WORDS).items() if word in words})
+        rows.append({column: value for column, value in row.items() if value is not None})
+    return rows
 
 
-def table_values(row):
-    values = {column: row[column] for column in ["ok", "reason", "total_score", "decelerations",
-                                                 *COMPARED]}
-    return {column: None if pandas.isna(value) else value for column, value in values.items()}
+def table_rows(rows):
+    return [{column: value for column, value in row.items()
+             if column not in ("file", "name") and not pandas.isna(value)}
+            for row in rows.to_dict("records")]
 
 
-def test_rows_and_events_agree_with_the_tool(tool, folder, table, tmp_path):
+def tool_events(line):
+    return [{"method": result["method"], "kind": kind, **event} for result in line["results"]
+            for kind in ("acceleration", "deceleration") for event in result.get(kind + "s", [])]
+
+
+def test_rows_and_events_agree_with_the_tool(archive, archive_table, tmp_path):
     out = tmp_path / "batch.jsonl"
-    subprocess.run([tool, "batch", str(folder), "--out", str(out)], check=True,
-                   capture_output=True)
+    subprocess.run([built("CTGSCORE_TOOL"), "batch", str(archive), "--out", str(out)],
+                   check=True, capture_output=True)
     lines = [json.loads(line) for line in out.read_text().splitlines()]
-    assert sorted(set(table.file)) == [line["file"] for line in lines]
+    assert sorted(set(archive_table.file)) == [line["file"] for line in lines]
     for line in lines:
-        rows = table[table.file == line["file"]]
-        if not line["ok"]:
-            assert rows.reason.tolist() == [line["error"]]
-            continue
-        assert [table_values(row) for _, row in rows.iterrows()] == [
-            tool_values(result) for result in line["results"]], line["file"]
-        assert rows.signal_loss.iloc[0] * 100 == pytest.approx(line["signal_loss_percent"])
-        if not all(result["ok"] for result in line["results"]):
+        rows = archive_table[archive_table.file == line["file"]]
+        assert table_rows(rows) == tool_rows(line), line["file"]
+        if not line["ok"] or not all(result["ok"] for result in line["results"]):
             continue
         events = ctgscore.analyze(ctgscore.read(line["file"]), method="all").events()
-        for result in line["results"]:
-            for kind in ("acceleration", "deceleration"):
-                mine = events[(events.method == result["method"]) & (events.kind == kind)]
-                assert mine[["start", "end", "start_s", "end_s"]].to_dict("records") == \
-                    result.get(kind + "s", []), (line["file"], result["method"], kind)
-
-
-def test_killed_analysis_process_gives_a_failure_row(folder, tmp_path):
-    fifo = tmp_path / "stuck.csv"
-    os.mkfifo(fifo)  # opening it for reading blocks the analysis process
-    with concurrent.futures.ThreadPoolExecutor(1) as pool:
-        killer = pool.submit(processes.kill_analysis_of, fifo)
-        table = ctgscore.analyze_files([fifo, folder / "rec1.fhr"], methods="krebs")
-        killer.result()
-    assert table.ok.tolist() == [True, False]
-    assert table.reason[1] == (f"{fifo}: the analysis process was killed by signal 9 "
-                               "(SIGKILL)")
+        assert events[events.kind.isin(["acceleration", "deceleration"])].to_dict(
+            "records") == tool_events(line), line["file"]
 
 
 def test_bad_arguments_raise(tmp_path):
@@ -119,3 +132,84 @@ def test_bad_arguments_raise(tmp_path):
                     dict(params=(1, 2))):
         with pytest.raises((ValueError, TypeError)):
             ctgscore.analyze_files(tmp_path, **options)
+
+
+def _stat(pid):
+    """The fields of /proc/PID/stat after the command name (state, parent, ...); none when
+    the process has ended."""
+    try:
+        return pathlib.Path(f"/proc/{pid}/stat").read_bytes().rsplit(b")", 1)[1].split()
+    except (OSError, IndexError):
+        return []
+
+
+def _kill_first(choose, timeout=60):
+    """Waits for an analysis process for which choose(pid, command words, parent) gives a
+    pid, and kills that pid with SIGKILL."""
+    deadline = time.monotonic() + timeout
+    while time.monotonic() < deadline:
+        for pid in filter(str.isdigit, os.listdir("/proc")):
+            try:
+                words = pathlib.Path(f"/proc/{pid}/cmdline").read_bytes().split(b"\0")
+                victim = b"ctgscore._child" in words and choose(int(pid), words,
+                                                                int(_stat(pid)[1]))
+            except (OSError, IndexError):  # the process has just ended
+                continue
+            if victim:
+                os.kill(victim, signal.SIGKILL)
+                return victim
+        time.sleep(0.02)
+    raise AssertionError(f"no analysis process to kill appeared within {timeout} s")
+
+
+def analyze_files_killing(choose, *arguments, **options):
+    """(analyze_files(...), the pid killed meanwhile by _kill_first(choose))."""
+    with concurrent.futures.ThreadPoolExecutor(1) as pool:
+        killer = pool.submit(_kill_first, choose)
+        return ctgscore.analyze_files(*arguments, **options), killer.result()
+
+
+@pytest.fixture(scope="module")
+def cluster():
+    """A cluster of two single-threaded worker processes."""
+    distributed = pytest.importorskip("distributed")
+    with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True,
+                                  dashboard_address=None) as cluster, \
+            distributed.Client(cluster) as client:
+        yield cluster, client
+
+
+@pytest.mark.parametrize("on_cluster", [False, True])
+def test_killed_analysis_process_gives_one_failure_row(request, archive, tmp_path, on_cluster):
+    """Opening a FIFO for reading blocks the analysis process until it is killed."""
+    client = request.getfixturevalue("cluster")[1] if on_cluster else None
+    fifo, other = tmp_path / "stuck.csv", archive / "rec1.FHR"
+    os.mkfifo(fifo)
+    table, _ = analyze_files_killing(lambda pid, words, parent: os.fsencode(fifo) in words
+                                     and pid, [fifo, other], methods="krebs", client=client)
+    assert table.file.tolist() == [str(other), str(fifo)]
+    assert table.ok.tolist() == [True, False]
+    assert table.reason[1] == f"{fifo}: the analysis process was killed by signal 9 (SIGKILL)"
+
+
+def test_cluster_gives_the_local_table(cluster, archive, archive_table):
+    pandas.testing.assert_frame_equal(ctgscore.analyze_files(archive, client=cluster[1]),
+                                      archive_table)
+
+
+def test_killed_worker_still_gives_the_complete_table(cluster, archive, archive_table):
+    workers = set(cluster[1].run(os.getpid).values())
+    table, killed = analyze_files_killing(lambda pid, words, parent: parent in workers
+                                          and parent, archive, client=cluster[1])
+    assert killed in workers
+    pandas.testing.assert_frame_equal(table, archive_table)
+
+
+def test_cluster_shuts_down_cleanly(cluster):
+    local_cluster, client = cluster
+    client.wait_for_workers(2, timeout=60)  # the nanny restarted the killed worker
+    workers = list(client.run(os.getpid).values())
+    client.close()
+    local_cluster.close()
+    assert local_cluster.status.name == "closed"
+    assert all(_stat(pid)[:1] in ([], [b"Z"]) for pid in workers)  # ended, or a zombie

@@ -15,10 +15,7 @@
 
 int main(int argc, char** argv) {
     using namespace ctgtool;
-    if (argc < 3) {
-        std::cerr << "usage: " << argv[0] << " CHANNEL CSV_RATE FILE...\n";
-        return 2;
-    }
+    if (argc < 3) return 2;  // see the usage above
     ReadOptions options;
     const std::string channel = argv[1];
     options.fhrChannel = channel == "2"     ? FhrChannel::Second
