@@ -17,7 +17,7 @@ WeightedModeBaseline.FastFormMatchesTheWrittenFormOnResearchRecordings
 CTGSCORE_RECORDINGS_LIMIT=30 (research recordings of up to 30 minutes).
 A full pass of the 70 faults takes about 100 minutes on a 2-core machine.
 
-Run with Debian's Python:  /usr/bin/python3 tests/mutation/run.py [FAULT-ID...]
+Run with Debian's Python:  /usr/bin/python3 scripts/mutation/run.py [FAULT-ID...]
 """
 
 import argparse
