@@ -89,8 +89,8 @@ TEST(Cli, TableAndBatchLinesOfTheExampleRecordingsExitCodesAndOptions) {
 }
 
 // Five minutes of a steady 140 bpm, on the second heart-rate channel only.
-TEST(Cli, LogFolderFhrChannelAndVerboseLog) {
-    tooltest::writeFile("second.fhr", tooltest::fhrmaBytes(0, {1200, {0, 560, 20}}));
+TEST(Cli, FhrFileChannelStartTimeLogFolderAndVerboseLog) {
+    tooltest::writeFile("second.fhr", tooltest::fhrmaBytes(1700000000, {1200, {0, 560, 20}}));
     std::filesystem::create_directory("logs");
     testing_support::clearLog();  // of an earlier test in this folder
     const tooltest::ToolRun run = runTool({"--log-dir", "logs", "-v", "analyze", "second.fhr",
@@ -100,6 +100,10 @@ TEST(Cli, LogFolderFhrChannelAndVerboseLog) {
     EXPECT_FALSE(hasLogFile("."));
     EXPECT_EQ(run.out.find('['), std::string::npos) << "library log echoed to stdout";
     EXPECT_NE(run.err.find("Type : Krebs"), std::string::npos) << run.err;
+    EXPECT_NE(run.out.find("5.0 min, 1200 samples at 4 Hz, signal loss 0.0 %, started "
+                           "2023-11-14T22:13:20Z\n"),
+              std::string::npos)
+        << run.out;
     EXPECT_EQ(runTool({"--log-dir", "logs", "analyze", "second.fhr", "--method", "krebs"}).exitCode,
               3);
 }
