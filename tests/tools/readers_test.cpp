@@ -47,7 +47,8 @@ TEST(Readers, CsvColumnsByNameValuesRoundedHalvesAwayFromZero) {
               Read("order", 2, {141, 0, 7}, {20, 21, -3}, {0, 4, 8}, std::nullopt));
     writeFile("nofm.csv", "fhr,uc\n140,10\n141,11\n");
     EXPECT_EQ(readCsv("nofm.csv", 4).fm, (Ints{0, 0}));
-    EXPECT_TRUE(isRecordingFile("a/B.CSV") && !isRecordingFile("a/b.dat"));
+    EXPECT_TRUE(isRecordingFile("a/B.CSV") && isRecordingFile("r.fhr") && isRecordingFile("r.hea"));
+    EXPECT_FALSE(isRecordingFile("r.dat"));  // the signals of a .hea record
     Recording marks;
     marks.fm = {0, 4, 0, 8, 0, 0, 0, 0, 4, 4};  // two whole seconds at 4 Hz, then half a second
     EXPECT_EQ(movementWordsPerSecond(marks), (Ints{12, 0}));
