@@ -2,6 +2,7 @@
 // example recordings as whole files, the options, exit codes and the log.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -40,9 +41,18 @@ json analyzeJson(std::vector<std::string> arguments) {
 
 }  // namespace
 
-// The example recording, one too short for the Fischer method, and a broken file.
+// The example recording, one too short for the Fischer method, a broken file
+// and one whose decelerations are typed: contractions every 3 minutes, each
+// followed 30 s after its peak by a dip of 40 bpm.
 TEST(Cli, TableAndBatchLinesOfTheExampleRecordingsExitCodesAndOptions) {
     std::filesystem::create_directory("recordings");
+    std::string late = "fhr,uc\n";
+    for (int i = 0; i < 20 * 240; ++i) {
+        const int dip = std::max(0, 40 - std::abs(i % 720 - 480) / 2);
+        late += std::to_string(137 + i / 3 % 7 - dip) + "," +
+                std::to_string(15 + std::max(0, 60 - std::abs(i % 720 - 360) / 2)) + "\n";
+    }
+    tooltest::writeFile("recordings/late.csv", late);
     tooltest::writeFile("recordings/short.csv",
                         runTool({"simulate", "--minutes", "2", "--seed", "3"}).out);
     tooltest::writeFile("recordings/broken.csv", "fhr,uc,fm\n140\n");
@@ -62,14 +72,15 @@ TEST(Cli, TableAndBatchLinesOfTheExampleRecordingsExitCodesAndOptions) {
     }
     EXPECT_NE(readFile("strip.svg").find("shown 2:00 to 8:00"), std::string::npos);
 
-    const tooltest::ToolRun table = runTool(
-        {"analyze", "recordings/example.csv", "recordings/short.csv", "recordings/broken.csv"});
+    const tooltest::ToolRun table =
+        runTool({"analyze", "recordings/example.csv", "recordings/late.csv", "recordings/short.csv",
+                 "recordings/broken.csv"});
     EXPECT_EQ(table.exitCode, 1);
     EXPECT_EQ(table.err, "ctgscore: recordings/broken.csv: line 2: 1 fields, the header has 3\n");
     expectFile(table.out, "example_table.txt");
     const tooltest::ToolRun batch =
         runTool({"batch", "recordings", "--out", "results.jsonl", "--jobs", "2"});
-    EXPECT_EQ(batch.err, "ctgscore: 3 recordings, 1 not read; results in results.jsonl\n");
+    EXPECT_EQ(batch.err, "ctgscore: 4 recordings, 1 not read; results in results.jsonl\n");
     expectFile(readFile("results.jsonl"), "example_batch.jsonl");
 
     // accMinSpacing 600 s leaves fewer of the example's 8 accelerations.

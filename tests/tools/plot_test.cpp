@@ -56,6 +56,11 @@ TEST(Plot, PanelsTracesBandsScoreBoxAndWindow) {
                            "score-box", "movements", "contractions"}) {
         EXPECT_NE(svg.find(std::string("id=\"") + id + "\""), std::string::npos) << id;
     }
+    // Heart rate rises upwards: its 210 bpm label sits above the 60 bpm one.
+    const auto labelY = [&svg](const std::string& label) {
+        return std::stod(svg.substr(svg.rfind(" y=\"", svg.find(">" + label + "<")) + 4));
+    };
+    EXPECT_LT(labelY("210"), labelY("60"));
     EXPECT_NE(svg.find("Krebs " + std::to_string(results[0].record.totalScore) + "/12:"),
               std::string::npos);
     EXPECT_NE(svg.find(">ACOG:<"), std::string::npos);
