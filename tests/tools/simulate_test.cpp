@@ -1,15 +1,14 @@
-// The synthetic recordings: determinism, plausible traces at every rate, every kind of event.
+// The synthetic recordings: determinism, and plausible traces at every rate.
 #include "simulate.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <set>
 #include <sstream>
 
 using namespace ctgtool;
 
-TEST(Simulate, SameOptionsSameBytesPlausibleTracesEveryKindOfEvent) {
+TEST(Simulate, SameOptionsSameBytesAndPlausibleTracesAtEveryRate) {
     const auto csv = [](const SimulationOptions& options) {
         std::ostringstream out;
         writeRecordingCsv(out, simulate(options).recording);
@@ -32,9 +31,7 @@ TEST(Simulate, SameOptionsSameBytesPlausibleTracesEveryKindOfEvent) {
             ASSERT_TRUE(recording.uc[i] >= 0 && recording.uc[i] <= 100);
             ASSERT_TRUE(recording.fm[i] == 0 || recording.fm[i] == 4);
         }
-        std::set<SimulatedKind> kinds;
-        for (const SimulatedEvent& event : simulation.events) {
-            kinds.insert(event.kind);
+        for (const SimulatedEvent& event : simulation.events) {  // the plan is in the traces
             if (event.kind == SimulatedKind::SignalLoss) {
                 EXPECT_EQ(recording.fhr[static_cast<int>((event.start + event.end) / 2 * rate)], 0);
             }
@@ -42,10 +39,6 @@ TEST(Simulate, SameOptionsSameBytesPlausibleTracesEveryKindOfEvent) {
                 EXPECT_NE(recording.fm[static_cast<int>(event.start * rate)], 0);
             }
         }
-        EXPECT_GT(kinds.erase(SimulatedKind::EarlyDeceleration) +
-                      kinds.erase(SimulatedKind::LateDeceleration),
-                  0u);
-        EXPECT_EQ(kinds.size(), 4u) << rate;  // contractions, accelerations, movements, signal loss
         const auto lost = std::count(recording.fhr.begin(), recording.fhr.end(), 0);
         EXPECT_TRUE(lost > 0 && lost < recording.samples() / 10) << rate;
     }
