@@ -18,7 +18,7 @@ namespace {
 // Everything a reader gives, as one comparable record.
 using Read = std::tuple<std::string, int, Ints, Ints, Ints, std::optional<std::int64_t>>;
 
-Read read(const std::string& path, ReadOptions options = {}) {
+Read recordOf(const std::string& path, ReadOptions options = {}) {
     const Recording r = readRecording(path, options);
     return {r.name, r.rate, r.fhr, r.uc, r.fm, r.startTime};
 }
@@ -43,7 +43,7 @@ const std::string kTwoSignals =
 TEST(Readers, CsvColumnsByNameValuesRoundedHalvesAwayFromZero) {
     writeFile("order.csv",
               "\xEF\xBB\xBFuc, FM ,fhr\r\n20,0,140.5\r\n21.4,4,0.4\r\n\r\n-2.5,8,7\r\n");
-    EXPECT_EQ(read("order.csv", {2}),  // 0.4 rounds to signal loss
+    EXPECT_EQ(recordOf("order.csv", {2}),  // 0.4 rounds to signal loss
               Read("order", 2, {141, 0, 7}, {20, 21, -3}, {0, 4, 8}, std::nullopt));
     writeFile("nofm.csv", "fhr,uc\n140,10\n141,11\n");
     EXPECT_EQ(readCsv("nofm.csv", 4).fm, (Ints{0, 0}));
@@ -58,7 +58,8 @@ TEST(Readers, FhrmaChannelsTocoAndStartTime) {
     // 561/4 = 140.25, 562/4 = 140.5, 2/4 = 0.5; toco 41/2 = 20.5: halves round up
     writeFile("rec.fhr",
               tooltest::fhrmaBytes(1700000000, {{561, 600, 41}, {562, 0, 40}, {0, 2, 0}}));
-    EXPECT_EQ(read("rec.fhr"), Read("rec", 4, {140, 141, 0}, {21, 20, 0}, {0, 0, 0}, 1700000000));
+    EXPECT_EQ(recordOf("rec.fhr"),
+              Read("rec", 4, {140, 141, 0}, {21, 20, 0}, {0, 0, 0}, 1700000000));
     EXPECT_EQ(readFhrma("rec.fhr", FhrChannel::Second).fhr, (Ints{150, 0, 1}));
     EXPECT_EQ(readFhrma("rec.fhr", FhrChannel::Maximum).fhr, (Ints{150, 141, 1}));
     writeFile("anonymous.fhr", tooltest::fhrmaBytes(0, {{560, 560, 0}}));
@@ -82,15 +83,15 @@ TEST(Readers, WfdbSignalsByNameWithGainBaselineAndRate) {
     writeFile("rec.dat", tooltest::format16Bytes({14025, 2050, 14050, 2000, -32768, 0}));
     // -32768 marks a missing sample; the clock is 2020-03-15 08:30:00 UTC
     const Read expected("rec", 4, {140, 141, 0}, {21, 20, 0}, {0, 0, 0}, 1584261000);
-    EXPECT_EQ(read("rec.hea"), expected);
-    EXPECT_EQ(read("rec.dat"), expected);
+    EXPECT_EQ(recordOf("rec.hea"), expected);
+    EXPECT_EQ(recordOf("rec.dat"), expected);
 
     // Signals in separate files, the baseline taken from the ADC zero.
     writeFile("split.hea",
               "split 2 2\nfhr.dat 16 10 12 -500 0 0 0 FHR\nuc.dat 16 2(10) 12 0 0 0 0 UC\n");
     writeFile("fhr.dat", tooltest::format16Bytes({900, 905}));
     writeFile("uc.dat", tooltest::format16Bytes({50, 10}));
-    EXPECT_EQ(read("split.hea"),  // (905 + 500) / 10 = 140.5 rounds up
+    EXPECT_EQ(recordOf("split.hea"),  // (905 + 500) / 10 = 140.5 rounds up
               Read("split", 2, {140, 141}, {20, 0}, {0, 0}, std::nullopt));
 }
 
