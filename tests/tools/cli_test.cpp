@@ -1,18 +1,28 @@
-// The ctgscore executable end to end: subcommands, output streams, exit codes.
+// The ctgscore executable end to end: the table and the batch lines of the
+// example recordings as whole files, the options, exit codes and the log.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
-#include "simulate.h"
 #include "test_support.h"
 #include "tool_test_helpers.h"
 
 using json = nlohmann::ordered_json;
+using tooltest::readFile;
 using tooltest::runTool;
 
 namespace {
+
+// The output equals the file in expected/; CTGSCORE_UPDATE_EXPECTED=1 rewrites
+// the file after an intended change of the output.
+void expectFile(const std::string& actual, const std::string& name) {
+    const std::string path = std::string(CTGSCORE_EXPECTED_DIR) + "/" + name;
+    if (std::getenv("CTGSCORE_UPDATE_EXPECTED") != nullptr) tooltest::writeFile(path, actual);
+    EXPECT_EQ(actual, readFile(path)) << name << " differs";
+}
 
 bool hasLogFile(const std::string& folder) {
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
@@ -21,83 +31,90 @@ bool hasLogFile(const std::string& folder) {
     return false;
 }
 
+json analyzeJson(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "analyze");
+    arguments.insert(arguments.end(), {"--format", "json"});
+    const tooltest::ToolRun run = runTool(arguments);
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    return json::parse(run.out);  // one document: no log lines mixed in
+}
+
 }  // namespace
 
-TEST(Cli, SimulateAnalyzePlotAndBatchWriteTheirOutput) {
-    const tooltest::ToolRun simulated = runTool({"simulate", "--minutes", "5", "--seed", "3"});
-    ASSERT_EQ(simulated.exitCode, 0) << simulated.err;
-    std::ostringstream expected;
-    ctgtool::writeRecordingCsv(expected, ctgtool::simulate({5, 4, 3}).recording);
-    EXPECT_EQ(simulated.out, expected.str());
-
-    std::filesystem::create_directory("in");
-    tooltest::writeSimulatedCsv("in/sim.csv", 20, 1);
-    tooltest::ToolRun run = runTool({"analyze", "in/sim.csv", "--format", "json", "--baseline"});
-    ASSERT_EQ(run.exitCode, 0) << run.err;
-    const json doc = json::parse(run.out);  // one document: no log lines mixed in
-    const json& results = doc["recordings"][0]["results"];
-    ASSERT_EQ(results.size(), 4u);
-    const char* names[] = {"krebs", "fischer", "acog", "uc"};
-    for (int k = 0; k < 4; ++k) EXPECT_EQ(results[k]["method"], names[k]);
-    EXPECT_EQ(results[0]["baseline"]["curve"].size(), 20u * 240);
-    EXPECT_TRUE(hasLogFile("."));
-
-    run = runTool({"plot", "in/sim.csv", "--out", "strip.svg", "--from", "2", "--to", "8"});
-    ASSERT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_NE(tooltest::readFile("strip.svg").find("<svg"), std::string::npos);
-
-    run = runTool({"batch", "in", "--out", "results.jsonl", "--jobs", "2"});
-    ASSERT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_EQ(run.err.find('\r'), std::string::npos) << "progress bar drawn on a non-terminal";
-    EXPECT_TRUE(json::parse(tooltest::readFile("results.jsonl"))["ok"].get<bool>());
-}
-
-TEST(Cli, ExitCodesTellUnreadableRefusedAndMisused) {
-    tooltest::writeFile("ragged.csv", "fhr,uc,fm\n140,10,0\n141\n");
-    tooltest::ToolRun run = runTool({"analyze", "ragged.csv"});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_NE(run.err.find("ragged.csv: line 3: 1 fields, the header has 3"), std::string::npos)
-        << run.err;
-
-    tooltest::writeSimulatedCsv("short.csv", 2, 1);
-    run = runTool({"analyze", "short.csv", "--method", "fischer", "--format", "json"});
-    EXPECT_EQ(run.exitCode, 3);
-    const json result = json::parse(run.out)["recordings"][0]["results"][0];
-    EXPECT_FALSE(result["ok"].get<bool>());
-    EXPECT_EQ(result["error"], "The minimum length is 5 minutes");
-    EXPECT_FALSE(result.contains("score"));
-
-    for (const std::vector<std::string>& misuse :
-         {std::vector<std::string>{"analyze", "short.csv", "--params", "1,2,3"},
-          {"analyze", "short.csv", "--method", "apgar"},
-          {"plot", "short.csv", "--out", "x.svg", "--from", "30"},
-          {"frobnicate"}}) {
-        EXPECT_EQ(runTool(misuse).exitCode, 2) << misuse[0] << " " << misuse.back();
+// The example recording, one too short for the Fischer method, a broken file
+// and one whose decelerations are typed: contractions every 3 minutes, each
+// followed 30 s after its peak by a dip of 40 bpm.
+TEST(Cli, TableAndBatchLinesOfTheExampleRecordingsExitCodesAndOptions) {
+    std::filesystem::create_directory("recordings");
+    std::string late = "fhr,uc\n";
+    for (int i = 0; i < 20 * 240; ++i) {
+        const int dip = std::max(0, 40 - std::abs(i % 720 - 480) / 2);
+        late += std::to_string(137 + i / 3 % 7 - dip) + "," +
+                std::to_string(15 + std::max(0, 60 - std::abs(i % 720 - 360) / 2)) + "\n";
     }
+    tooltest::writeFile("recordings/late.csv", late);
+    tooltest::writeFile("recordings/short.csv",
+                        runTool({"simulate", "--minutes", "2", "--seed", "3"}).out);
+    tooltest::writeFile("recordings/broken.csv", "fhr,uc,fm\n140\n");
+    const std::string seventeen = "4,3,17,17,120,18,18,120,6,6,24,15,10,10,60,1,";
+    const std::vector<std::pair<std::vector<std::string>, int>> runs = {
+        {{"simulate", "--minutes", "40", "--seed", "1", "--out", "recordings/example.csv"}, 0},
+        {{"plot", "recordings/example.csv", "--out", "strip.svg", "--from", "2", "--to", "8"}, 0},
+        {{"analyze", "recordings/short.csv", "--method", "fischer"}, 3},
+        {{"analyze", "recordings/short.csv", "--params", "1,2,3"}, 2},
+        {{"analyze", "recordings/short.csv", "--params", seventeen + "1x"}, 2},
+        {{"analyze", "recordings/short.csv", "--params", seventeen + "300,5"}, 2},
+        {{"analyze", "recordings/short.csv", "--method", "apgar"}, 2},
+        {{"plot", "recordings/short.csv", "--out", "x.svg", "--from", "30"}, 2},
+        {{"frobnicate"}, 2}};
+    for (const auto& [arguments, exitCode] : runs) {
+        EXPECT_EQ(runTool(arguments).exitCode, exitCode) << arguments[0] << " " << arguments.back();
+    }
+    EXPECT_NE(readFile("strip.svg").find("shown 2:00 to 8:00"), std::string::npos);
+
+    const tooltest::ToolRun table =
+        runTool({"analyze", "recordings/example.csv", "recordings/late.csv", "recordings/short.csv",
+                 "recordings/broken.csv"});
+    EXPECT_EQ(table.exitCode, 1);
+    EXPECT_EQ(table.err, "ctgscore: recordings/broken.csv: line 2: 1 fields, the header has 3\n");
+    expectFile(table.out, "example_table.txt");
+    const tooltest::ToolRun batch =
+        runTool({"batch", "recordings", "--out", "results.jsonl", "--jobs", "2"});
+    EXPECT_EQ(batch.err, "ctgscore: 4 recordings, 1 not read; results in results.jsonl\n");
+    expectFile(readFile("results.jsonl"), "example_batch.jsonl");
+
+    // accMinSpacing 600 s leaves fewer of the example's 8 accelerations.
+    const std::string spacing = "-1,-1,-1,-1,600,-1,-1,-1,-1,-1,-1,-1,-1,-1,-1,-1,-1";
+    const json spaced = analyzeJson(
+        {"recordings/example.csv", "--method", "krebs", "--params", spacing, "--baseline"});
+    EXPECT_EQ(spaced["methods"], "krebs");
+    EXPECT_EQ(spaced["parameters"]["accMinSpacing"], 600);
+    const json& krebs = spaced["recordings"][0]["results"][0];
+    EXPECT_LT(krebs["accelerations"].size(), 8u);
+    EXPECT_EQ(krebs["baseline"]["curve"].size(), 9600u);
+    const json atTwoHertz =
+        analyzeJson({"recordings/example.csv", "--method", "krebs", "--rate", "2"});
+    const json& first = atTwoHertz["recordings"][0]["results"][0]["accelerations"][0];
+    EXPECT_EQ(atTwoHertz["recordings"][0]["minutes"], 80.0);
+    EXPECT_EQ(first["start_s"], first["start"].get<int>() / 2.0);
 }
 
-TEST(Cli, LogDirectoryReceivesTheLibrarysLog) {
+// Five minutes of a steady 140 bpm, on the second heart-rate channel only.
+TEST(Cli, FhrFileChannelStartTimeLogFolderAndVerboseLog) {
+    tooltest::writeFile("second.fhr", tooltest::fhrmaBytes(1700000000, {1200, {0, 560, 20}}));
     std::filesystem::create_directory("logs");
     testing_support::clearLog();  // of an earlier test in this folder
-    tooltest::writeSimulatedCsv("sim.csv", 5, 1);
-    const tooltest::ToolRun run =
-        runTool({"--log-dir", "logs", "analyze", "sim.csv", "--method", "krebs"});
-    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const tooltest::ToolRun run = runTool({"--log-dir", "logs", "-v", "analyze", "second.fhr",
+                                           "--method", "krebs", "--fhr-channel", "max"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
     EXPECT_TRUE(hasLogFile("logs"));
     EXPECT_FALSE(hasLogFile("."));
-    EXPECT_EQ(run.out.find("["), std::string::npos) << "library log echoed to stdout";
-}
-
-TEST(Cli, AnalyzesResearchRecordingsInBothFormats) {
-    const std::string data = testing_support::dataDir();
-    if (data.empty()) GTEST_SKIP() << "research recordings not present";
-    const tooltest::ToolRun binary =
-        runTool({"analyze", data + "/train/train40.fhr", "--fhr-channel", "max", "--method",
-                 "krebs", "--format", "json"});
-    const tooltest::ToolRun csv = runTool(
-        {"analyze", data + "/train/fhrmax/train40.csv", "--method", "krebs", "--format", "json"});
-    ASSERT_EQ(binary.exitCode, 0) << binary.err;
-    const json fromBinary = json::parse(binary.out)["recordings"][0]["results"][0];
-    EXPECT_TRUE(fromBinary["ok"].get<bool>());
-    EXPECT_EQ(fromBinary["words"], json::parse(csv.out)["recordings"][0]["results"][0]["words"]);
+    EXPECT_EQ(run.out.find('['), std::string::npos) << "library log echoed to stdout";
+    EXPECT_NE(run.err.find("Type : Krebs"), std::string::npos) << run.err;
+    EXPECT_NE(run.out.find("5.0 min, 1200 samples at 4 Hz, signal loss 0.0 %, started "
+                           "2023-11-14T22:13:20Z\n"),
+              std::string::npos)
+        << run.out;
+    EXPECT_EQ(runTool({"--log-dir", "logs", "analyze", "second.fhr", "--method", "krebs"}).exitCode,
+              3);
 }

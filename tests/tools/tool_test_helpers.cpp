@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -37,61 +38,46 @@ std::string fhrmaBytes(std::uint32_t startTime, const std::vector<FhrmaSample>& 
     std::string bytes;
     appendLittleEndian(bytes, startTime, 4);
     for (const FhrmaSample& sample : samples) {
-        appendLittleEndian(bytes, sample.fhr1, 2);
-        appendLittleEndian(bytes, sample.fhr2, 2);
-        appendLittleEndian(bytes, sample.toco, 1);
-        appendLittleEndian(bytes, 0, 1);
+        appendLittleEndian(bytes, sample.fhr1 | sample.fhr2 << 16, 4);
+        appendLittleEndian(bytes, sample.toco, 2);  // and the status byte, 0
     }
     return bytes;
 }
 
-std::string format16Bytes(const std::vector<std::vector<int>>& frames) {
+std::string format16Bytes(const std::vector<int>& values) {
     std::string bytes;
-    for (const auto& frame : frames) {
-        for (int value : frame) appendLittleEndian(bytes, static_cast<std::uint16_t>(value), 2);
-    }
+    for (int value : values) appendLittleEndian(bytes, static_cast<std::uint16_t>(value), 2);
     return bytes;
 }
 
-ToolRun runTool(const std::vector<std::string>& arguments) {
+pid_t startTool(const std::vector<std::string>& arguments, const std::string& out,
+                const std::string& err) {
     std::vector<std::string> words = {CTGSCORE_TOOL_PATH};
     words.insert(words.end(), arguments.begin(), arguments.end());
+    const std::string here = std::filesystem::current_path().string();
     const pid_t pid = fork();
     if (pid == 0) {
-        dup2(open("tool-stdout.txt", O_WRONLY | O_CREAT | O_TRUNC, 0644), STDOUT_FILENO);
-        dup2(open("tool-stderr.txt", O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);
+        setpgid(0, 0);
+        setenv("TMPDIR", here.c_str(), 1);
+        dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), STDOUT_FILENO);
+        dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);
         std::vector<char*> argv;
         for (std::string& word : words) argv.push_back(word.data());
         argv.push_back(nullptr);
         execv(argv[0], argv.data());
         _exit(127);
     }
-    int status = 0;
-    waitpid(pid, &status, 0);
-    ToolRun run{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
-                readFile("tool-stdout.txt"), readFile("tool-stderr.txt")};
-    unlink("tool-stdout.txt");
-    unlink("tool-stderr.txt");
-    return run;
+    return pid;
 }
 
-std::string xmlProblem(const std::string& text) {
-    std::vector<std::string> open;
-    for (std::size_t at = text.find('<'); at != std::string::npos; at = text.find('<', at + 1)) {
-        const std::size_t end = text.find('>', at);
-        if (end == std::string::npos) return "unterminated tag";
-        const std::string tag = text.substr(at + 1, end - at - 1);
-        at = end;
-        if (tag.empty() || tag[0] == '?' || tag[0] == '!') continue;
-        if (countOf(tag, "\"") % 2 != 0) return "unbalanced quotes in <" + tag + ">";
-        if (tag[0] == '/') {
-            if (open.empty() || open.back() != tag.substr(1)) return "stray <" + tag + ">";
-            open.pop_back();
-        } else if (tag.back() != '/') {
-            open.push_back(tag.substr(0, tag.find_first_of(" \n\t")));
-        }
-    }
-    return open.empty() ? "" : "unclosed <" + open.back() + ">";
+ToolRun runTool(const std::vector<std::string>& arguments) {
+    int status = 0;
+    waitpid(startTool(arguments, "tool-stdout.txt", "tool-stderr.txt"), &status, 0);
+    ToolRun run{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
+                readFile("tool-stdout.txt"), readFile("tool-stderr.txt")};
+    std::filesystem::remove("tool-stdout.txt");
+    std::filesystem::remove("tool-stderr.txt");
+    return run;
 }
 
 int countOf(const std::string& text, const std::string& needle) {
@@ -101,6 +87,13 @@ int countOf(const std::string& text, const std::string& needle) {
         ++count;
     }
     return count;
+}
+
+int nonzeroRuns(const std::vector<int>& values) {
+    int runs = 0;
+    for (std::size_t i = 0; i < values.size(); ++i)
+        runs += values[i] != 0 && (i == 0 || values[i - 1] == 0);
+    return runs;
 }
 
 }  // namespace tooltest

@@ -2,6 +2,8 @@
 // built ctgscore executable.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -13,31 +15,34 @@ namespace tooltest {
 void writeFile(const std::string& path, const std::string& bytes);
 std::string readFile(const std::string& path);
 
-// A simulated recording (seeded) written as CSV; returns the recording.
+// A simulated recording (4 Hz) written as CSV; returns the recording.
 ctgtool::Recording writeSimulatedCsv(const std::string& path, int minutes, std::uint64_t seed);
 
 // FHRMA bytes: the start time, then per sample both heart-rate channels in
-// quarter beats, toco in half units and a reserved byte.
+// quarter beats and toco in half units.
 struct FhrmaSample {
     unsigned fhr1, fhr2, toco;
 };
 std::string fhrmaBytes(std::uint32_t startTime, const std::vector<FhrmaSample>& samples);
 
-// Little-endian int16 frames, signals interleaved: frames[i] holds one value per signal.
-std::string format16Bytes(const std::vector<std::vector<int>>& frames);
+// Little-endian int16 values: WFDB format 16, signals interleaved sample by sample.
+std::string format16Bytes(const std::vector<int>& values);
+
+// Starts ctgscore with the arguments in a process group of its own (so that a
+// test can kill it with its analysis processes), its scratch files under the
+// current directory; returns the pid.
+pid_t startTool(const std::vector<std::string>& arguments, const std::string& out = "/dev/null",
+                const std::string& err = "/dev/null");
 
 struct ToolRun {
     int exitCode = -1;
     std::string out, err;
 };
-// Runs the ctgscore executable with the arguments, in the current directory.
+// Runs ctgscore with the arguments in the current directory and waits for it.
 ToolRun runTool(const std::vector<std::string>& arguments);
 
-// Empty when the text is well-formed XML as far as element nesting and
-// quoting go, else the first problem.
-std::string xmlProblem(const std::string& text);
-
-// Number of occurrences of needle in text.
 int countOf(const std::string& text, const std::string& needle);
+// Number of runs of consecutive nonzero values: marks, or stretches with signal.
+int nonzeroRuns(const std::vector<int>& values);
 
 }  // namespace tooltest
