@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <numeric>
+#include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -22,6 +24,14 @@ QK4_FhrResult& cleared(QK4_CFhrAlgorithm& method) {
     QK4_FhrResult& r = method.resultRecord();
     std::memset(&r, 0xFF, sizeof r);
     return r;
+}
+
+void setRates(QK4_FhrResult& r, int baseline, double amplitude, double frequency,
+              int accelerations) {
+    r.baselineFhr = baseline;
+    r.variabilityAmplitude = amplitude;
+    r.oscillationFrequency = frequency;
+    r.accelerationCount = accelerations;
 }
 
 Ints items(const QK4_FhrResult& r) {
@@ -55,19 +65,14 @@ TEST(KrebsScore, SixItemBands) {
     for (const Case& c : cases) {
         QK4_CFhrKrebs method;
         QK4_FhrResult& r = cleared(method);
-        r.baselineFhr = c.baseline;
-        r.variabilityAmplitude = c.amplitude;
-        r.oscillationFrequency = c.frequency;
-        r.accelerationCount = c.accelerations;
+        setRates(r, c.baseline, c.amplitude, c.frequency, c.accelerations);
         r.decelerationCount = c.decelerations;
         r.movementCount = c.movements;
-        const int total = method.auto_Krebs();
+        const int total = std::accumulate(c.points.begin(), c.points.end(), 0);
+        EXPECT_EQ(method.auto_Krebs(), total);
         EXPECT_EQ(items(r), c.points) << c.baseline << " " << c.amplitude << " " << c.frequency
                                       << " " << c.accelerations << " " << c.decelerations;
-        int sum = 0;
-        for (int p : c.points) sum += p;
-        EXPECT_EQ(total, sum);
-        EXPECT_EQ(r.totalScore, sum);
+        EXPECT_EQ(r.totalScore, total);
     }
 }
 
@@ -92,17 +97,15 @@ TEST(FischerScore, FiveItemBands) {
     for (const Case& c : cases) {
         QK4_CFhrFischer2 method;
         QK4_FhrResult& r = cleared(method);
-        r.baselineFhr = c.baseline;
-        r.variabilityAmplitude = c.amplitude;
-        r.oscillationFrequency = c.frequency;
-        r.accelerationCount = c.accelerations;
+        setRates(r, c.baseline, c.amplitude, c.frequency, c.accelerations);
         r.decelerationCount = r.decelerationExtra = r.decelerationPattern = 0;
         r.decTypeCount1 = r.decTypeCount2 = r.decTypeCount3 = r.decTypeCount4 = 0;
-        const int returned = method.auto_Fischer2();
-        EXPECT_EQ(items(r), (Ints{c.points[0], c.points[1], c.points[2], c.points[3], 2, -1}))
+        EXPECT_EQ(method.auto_Fischer2(), 2);  // the deceleration item
+        Ints expected = c.points;
+        expected.insert(expected.end(), {2, -1});
+        EXPECT_EQ(items(r), expected)
             << c.baseline << " " << c.amplitude << " " << c.frequency << " " << c.accelerations;
-        EXPECT_EQ(returned, 2);  // the deceleration item
-        EXPECT_EQ(r.totalScore, c.points[0] + c.points[1] + c.points[2] + c.points[3] + 2);
+        EXPECT_EQ(r.totalScore, std::accumulate(c.points.begin(), c.points.end(), 2));
     }
 }
 
@@ -136,13 +139,10 @@ TEST(FischerScore, DecelerationRules) {
     for (const Case& c : cases) {
         QK4_CFhrFischer2 method;
         QK4_FhrResult& r = cleared(method);
-        r.baselineFhr = 130;
-        r.variabilityAmplitude = 10.0;
-        r.oscillationFrequency = 6.0;
+        setRates(r, 130, 10.0, 6.0, c.accelerations);
         r.decelerationPattern = c.pattern;
         r.decelerationExtra = c.extra;
         r.decelerationCount = c.deep;
-        r.accelerationCount = c.accelerations;
         r.decTypeCount1 = c.early;
         r.decTypeCount2 = c.lateOrLow;
         r.decTypeCount3 = r.decTypeCount4 = 0;
@@ -151,65 +151,34 @@ TEST(FischerScore, DecelerationRules) {
     }
 }
 
+// Every row checks all seven flag groups: baseline, variability, accelerations,
+// early, late or low, delayed decelerations, and the pattern.
 TEST(AcogClassification, OneHotFlagGroups) {
-    enum Group { Baseline, Variability, Acceleration, Early, LateOrLow, Delayed, Pattern };
     struct Case {
-        Group group;
         int baseline;
         double amplitude;
         int accelerations, extra, early, lateOrLow, delayed, reservedE, reservedF;
-        Ints flags;
+        const char* flags;
     };
     // clang-format off
     const Case cases[] = {
-        {Baseline, 110, 10.0, 1, 0, 0, 0, 0, 0, 0, {1, 0, 0, 0}},
-        {Baseline, 160, kNaN, 1, 0, 0, 0, 0, 0, 0, {1, 0, 0, 0}},
-        {Baseline, 161, kNaN, 1, 0, 0, 0, 0, 0, 0, {0, 1, 0, 0}},
-        {Baseline, 109, 3.0, 1, 0, 0, 0, 0, 0, 0, {0, 0, 1, 0}},
-        {Baseline, 109, 0.0, 1, 0, 0, 0, 0, 0, 0, {0, 0, 0, 1}},
-        {Baseline, 0, 0.0, 1, 0, 0, 0, 0, 0, 0, {0, 0, 0, 1}},
-        {Baseline, -1, 3.0, 1, 0, 0, 0, 0, 0, 0, {0, 0, 0, 0}},
-        {Baseline, 109, -1.0, 1, 0, 0, 0, 0, 0, 0, {0, 0, 0, 0}},
-        {Baseline, 109, kNaN, 1, 0, 0, 0, 0, 0, 0, {0, 0, 0, 0}},
-        {Variability, 130, 5.0, 1, 0, 0, 0, 0, 0, 0, {1, 0, 0, 0, 0}},
-        {Variability, 130, 25.0, 1, 0, 0, 0, 0, 0, 0, {1, 0, 0, 0, 0}},
-        {Variability, 130, 0.0, 1, 0, 0, 0, 2, 0, 0, {0, 1, 0, 0, 0}},
-        {Variability, 130, 0.0, 1, 0, 0, 0, 3, 0, 0, {0, 0, 0, 0, 1}},
-        {Variability, 100, 0.05, 1, 0, 0, 3, 3, 0, 0, {0, 0, 1, 0, 0}},
-        {Variability, 130, 4.999, 1, 0, 0, 0, 0, 0, 0, {0, 0, 1, 0, 0}},
-        {Variability, 130, 25.0001, 1, 0, 0, 0, 0, 0, 0, {0, 0, 0, 1, 0}},
-        {Variability, 100, -1.0, 1, 0, 0, 0, 0, 0, 0, {0, 0, 0, 0, 1}},
-        {Variability, 130, -1.0, 1, 0, 0, 3, 0, 0, 0, {0, 0, 0, 0, 1}},
-        {Variability, 130, -1.0, 1, 0, 0, 0, 1, 0, 0, {0, 0, 0, 0, 1}},
-        {Variability, 130, -1.0, 1, 0, 0, 2, 0, 0, 0, {0, 0, 0, 0, 0}},
-        {Variability, 100, kNaN, 1, 0, 0, 3, 3, 0, 0, {0, 0, 0, 0, 0}},
-        {Acceleration, 130, 10.0, 1, 0, 0, 0, 0, 0, 0, {1, 0, 0, 0}},
-        {Acceleration, 130, 10.0, 0, 0, 0, 0, 0, 0, 0, {0, 1, 0, 1}},
-        {Acceleration, 130, 10.0, -1, 0, 0, 0, 0, 0, 0, {0, 0, 0, 0}},
-        {Early, 130, 10.0, 1, 0, 1, 0, 0, 0, 0, {1, 0, 0}},
-        {Early, 130, 10.0, 1, 0, 0, 0, 0, 0, 0, {0, 1, 1}},
-        {Early, 130, 10.0, 1, 0, -1, 0, 0, 0, 0, {0, 0, 0}},
-        {LateOrLow, 130, 30.0, 1, 1, 0, 0, 0, 1, 0, {1, 0, 0, 0, 0}},
-        {LateOrLow, 130, 25.0, 1, 1, 0, 3, 0, 1, 0, {0, 1, 0, 0, 0}},
-        {LateOrLow, 130, 0.05, 1, 0, 0, 3, 0, 0, 0, {0, 1, 0, 0, 0}},
-        {LateOrLow, 130, 30.0, 1, 0, 0, 3, 0, 0, 0, {0, 0, 0, 0, 0}},
-        {LateOrLow, 130, 30.0, 1, 1, 0, 3, 0, 0, 0, {0, 0, 1, 0, 0}},
-        {LateOrLow, 130, 10.0, 1, 0, 0, 1, 0, 1, 0, {0, 0, 0, 1, 0}},
-        {LateOrLow, 130, 0.0, 1, 0, 0, 3, 0, 0, 0, {0, 0, 0, 0, 1}},
-        {LateOrLow, 130, 0.0, 1, 0, 0, 2, 0, 0, 0, {0, 0, 0, 0, 0}},
-        {LateOrLow, 130, kNaN, 1, 0, 0, 3, 0, 0, 0, {0, 0, 0, 0, 0}},
-        {Delayed, 130, kNaN, 1, 0, 0, 0, 0, 0, 0, {1, 0, 0}},
-        {Delayed, 130, 5.0, 1, 0, 0, 0, 3, 0, 0, {0, 1, 0}},
-        {Delayed, 130, 25.0, 1, 0, 0, 0, 3, 0, 0, {0, 1, 0}},
-        {Delayed, 130, 0.05, 1, 0, 0, 0, 3, 0, 0, {0, 0, 1}},
-        {Delayed, 130, 0.1, 1, 0, 0, 0, 3, 0, 0, {0, 0, 0}},
-        {Delayed, 130, 25.5, 1, 0, 0, 0, 3, 0, 0, {0, 0, 0}},
-        {Delayed, 130, 0.0, 1, 0, 0, 0, 2, 0, 0, {0, 0, 0}},
-        {Delayed, 130, 0.0, 1, 0, 0, 0, -1, 0, 0, {0, 0, 0}},
-        {Delayed, 130, kNaN, 1, 0, 0, 0, 3, 0, 0, {0, 0, 0}},
-        {Pattern, 130, 10.0, 1, 0, 0, 0, 0, 0, 0, {1, 1, 0}},
-        {Pattern, 130, 10.0, 1, 0, 0, 0, 0, 0, 1, {0, 0, 1}},
-        {Pattern, 130, 10.0, 1, 0, 0, 0, 0, 0, -1, {0, 0, 0}},
+        {110, 5.0, 1, 1, 1, 0, 0, 1, 0,        "1000 10000 1000 100 10000 100 110"},
+        {160, 25.0, 0, 1, 0, 3, 3, 1, 1,       "1000 10000 0101 011 01000 010 001"},
+        {161, kNaN, -1, 0, -1, 3, 3, 0, -1,    "0100 00000 0000 000 00000 000 000"},
+        {109, 4.999, 1, 0, 0, 1, 0, 1, 0,      "0010 00100 1000 011 00010 100 110"},
+        {109, 0.0, 1, 0, 1, 0, 2, 0, 0,        "0001 01000 1000 100 10000 000 110"},
+        {0, 0.0, 1, 0, 1, 3, 3, 0, 0,          "0001 00001 1000 100 00001 001 110"},
+        {-1, 5.0, 1, 0, 1, 0, 3, 0, 0,         "0000 10000 1000 100 10000 010 110"},
+        {109, -1.0, 1, 0, 1, 0, -1, 0, 0,      "0000 00001 1000 100 10000 000 110"},
+        {109, kNaN, 1, 0, 1, 0, 0, 0, 0,       "0000 00000 1000 100 10000 100 110"},
+        {130, 25.0001, 1, 0, 1, 0, 3, 0, 0,    "1000 00010 1000 100 10000 000 110"},
+        {130, -1.0, 1, 0, 1, 3, 0, 0, 0,       "1000 00001 1000 100 00001 100 110"},
+        {130, -1.0, 1, 0, 1, 2, 1, 0, 0,       "1000 00001 1000 100 00000 000 110"},
+        {130, -1.0, 1, 0, 1, 2, 0, 0, 0,       "1000 00000 1000 100 00000 100 110"},
+        {130, 0.05, 1, 0, 1, 3, 3, 0, 0,       "1000 00100 1000 100 01000 001 110"},
+        {130, 0.1, 1, 0, 1, 0, 3, 0, 0,        "1000 00100 1000 100 10000 000 110"},
+        {130, 30.0, 1, 1, 1, 3, 0, 0, 0,       "1000 00010 1000 100 00100 100 110"},
+        {130, 30.0, 1, 0, 1, 3, 0, 0, 0,       "1000 00010 1000 100 00000 100 110"},
     };
     // clang-format on
     for (const Case& c : cases) {
@@ -225,17 +194,22 @@ TEST(AcogClassification, OneHotFlagGroups) {
         r.acogReservedE = c.reservedE;
         r.acogReservedF = c.reservedF;
         method.auto_Acog();
-        const std::pair<const int*, size_t> groups[] = {
-            {r.acogBaselineFlags, 4}, {r.acogVariabilityFlags, 5}, {r.acogAccelerationFlags, 4},
-            {r.acogDecFlagsA, 3},     {r.acogDecFlagsB, 5},        {r.acogDecFlagsC, 3},
-            {r.acogPatternFlags, 3}};
-        const auto [flags, count] = groups[c.group];
-        EXPECT_EQ(Ints(flags, flags + count), c.flags)
-            << "group " << c.group << ": " << c.baseline << ", " << c.amplitude << ", "
-            << c.accelerations << ", " << c.extra << ", " << c.early << ", " << c.lateOrLow << ", "
-            << c.delayed << ", " << c.reservedE << ", " << c.reservedF;
-        EXPECT_EQ(r.totalScore, -1);
-        EXPECT_EQ(r.strongContractionFlag, -1);
+        std::string flags;
+        for (const auto& [group, size] :
+             std::initializer_list<std::pair<const int*, int>>{{r.acogBaselineFlags, 4},
+                                                               {r.acogVariabilityFlags, 5},
+                                                               {r.acogAccelerationFlags, 4},
+                                                               {r.acogDecFlagsA, 3},
+                                                               {r.acogDecFlagsB, 5},
+                                                               {r.acogDecFlagsC, 3},
+                                                               {r.acogPatternFlags, 3}}) {
+            if (!flags.empty()) flags += ' ';
+            for (int k = 0; k < size; ++k) flags += std::to_string(group[k]);
+        }
+        EXPECT_EQ(flags, c.flags) << testing::PrintToString(
+            std::tuple(c.baseline, c.amplitude, c.accelerations, c.extra, c.early, c.lateOrLow,
+                       c.delayed, c.reservedE, c.reservedF));
+        EXPECT_EQ(std::pair(r.totalScore, r.strongContractionFlag), std::pair(-1, -1));
     }
 }
 
