@@ -76,78 +76,54 @@ TEST(KrebsScore, SixItemBands) {
     }
 }
 
-TEST(FischerScore, FiveItemBands) {
+// The deceleration item follows the pattern, the deceleration counts and the
+// accelerations; the other four items vary along the rows.
+TEST(FischerScore, FiveItemBandsAndTheDecelerationRules) {
     struct Case {
+        const char* what;
         int baseline;
         double amplitude, frequency;
-        int accelerations;
-        Ints points;  // baseline, amplitude, frequency, accelerations
+        int accelerations, pattern, extra, deep, early, lateOrLow;
+        Ints points;  // baseline, amplitude, frequency, accelerations, decelerations
     };
     // clang-format off
     const Case cases[] = {
-        {130, 10.0, 6.0, 3, {2, 2, 2, 2}},      {99, 2.999, 1.999, 5, {0, 0, 0, 2}},
-        {100, -1.0, 2.0, 0, {1, 0, 2, 0}},      {109, 3.0, 2.5, 1, {1, 1, 2, 0}},
-        {110, 4.999, 2.999, 2, {2, 1, 2, 1}},   {160, 5.0, 3.0, 3, {2, 2, 1, 2}},
-        {161, 25.0, 3.0, 4, {1, 2, 2, 2}},      {180, 25.000001, 4.0, 3, {1, 1, 1, 2}},
-        {181, kNaN, 4.0, 4, {0, 2, 2, 2}},      {-1, 10.0, 5.0, 3, {0, 2, 1, 2}},
-        {130, 10.0, 5.0, 4, {2, 2, 2, 2}},      {130, 10.0, 5.0001, 0, {2, 2, 2, 0}},
-        {130, 10.0, 6.0, -1, {2, 2, 2, 0}},     {130, 10.0, 6.0, 9, {2, 2, 2, 2}},
+        {"none at all", 130, 10.0, 5.0001, 3, 0, 0, 0, 0, 0, {2, 2, 2, 2, 2}},
+        {"negative count", 99, 2.999, 1.999, -1, 0, 0, -1, 0, 0, {0, 0, 0, 0, 2}},
+        {"two typed early", 100, -1.0, 2.0, 0, 0, 0, 0, 2, 2, {1, 0, 2, 0, 2}},
+        {"three typed early", 109, 3.0, 2.5, 1, 0, 0, 0, 3, 0, {1, 1, 2, 0, 1}},
+        {"three typed late", 110, 4.999, 2.999, 2, 0, 0, 0, 0, 3, {2, 1, 2, 1, 1}},
+        {"pattern 3", 160, 5.0, 3.0, 3, 3, 0, 0, 0, 0, {2, 2, 1, 2, 0}},
+        {"pattern 4", 161, 25.0, 3.0, 4, 4, 0, 0, 0, 0, {1, 2, 2, 2, 0}},
+        {"extra", 180, 25.000001, 4.0, 3, 0, 1, 0, 0, 0, {1, 1, 1, 2, 0}},
+        {"pattern 1 before the count rule", 181, kNaN, 4.0, 9, 1, 0, 0, 0, 0, {0, 2, 2, 2, 2}},
+        {"many accelerations, fewer decelerations", 130, 10.0, 6.0, 9, 1, 0, 5, 0, 0,
+         {2, 2, 2, 2, 1}},
+        {"seven accelerations", 130, 10.0, 6.0, 7, 1, 0, 5, 0, 0, {2, 2, 2, 2, 0}},
+        {"eight over seven", 130, 10.0, 6.0, 8, 2, 0, 7, 0, 0, {2, 2, 2, 2, 1}},
+        {"eight over eight", 130, 10.0, 6.0, 8, 2, 0, 8, 0, 0, {2, 2, 2, 2, 0}},
+        {"two with four accelerations", 130, 10.0, 5.0, 4, 2, 0, 2, 0, 0, {2, 2, 2, 2, 1}},
+        {"three with four accelerations", 130, 10.0, 4.0, 4, 2, 0, 3, 0, 0, {2, 2, 2, 2, 0}},
+        {"one with three accelerations", -1, 10.0, 5.0, 3, 1, 0, 1, 0, 0, {0, 2, 1, 2, 0}},
+        {"pattern 0 with one", 130, 10.0, 6.0, 9, 0, 0, 1, 0, 0, {2, 2, 2, 2, 0}},
+        {"pattern 3 with one", 130, 10.0, 6.0, 9, 3, 0, 1, 0, 0, {2, 2, 2, 2, 0}},
     };
     // clang-format on
     for (const Case& c : cases) {
         QK4_CFhrFischer2 method;
         QK4_FhrResult& r = cleared(method);
         setRates(r, c.baseline, c.amplitude, c.frequency, c.accelerations);
-        r.decelerationCount = r.decelerationExtra = r.decelerationPattern = 0;
-        r.decTypeCount1 = r.decTypeCount2 = r.decTypeCount3 = r.decTypeCount4 = 0;
-        EXPECT_EQ(method.auto_Fischer2(), 2);  // the deceleration item
-        Ints expected = c.points;
-        expected.insert(expected.end(), {2, -1});
-        EXPECT_EQ(items(r), expected)
-            << c.baseline << " " << c.amplitude << " " << c.frequency << " " << c.accelerations;
-        EXPECT_EQ(r.totalScore, std::accumulate(c.points.begin(), c.points.end(), 2));
-    }
-}
-
-TEST(FischerScore, DecelerationRules) {
-    struct Case {
-        const char* what;
-        int pattern, extra, deep, accelerations, early, lateOrLow, points;
-    };
-    // clang-format off
-    const Case cases[] = {
-        {"none at all", 0, 0, 0, 3, 0, 0, 2},
-        {"negative count", 0, 0, -1, 3, 0, 0, 2},
-        {"two typed early", 0, 0, 0, 3, 2, 2, 2},
-        {"three typed early", 0, 0, 0, 3, 3, 0, 1},
-        {"three typed late", 0, 0, 0, 3, 0, 3, 1},
-        {"pattern 3", 3, 0, 0, 3, 0, 0, 0},
-        {"pattern 4", 4, 0, 0, 3, 0, 0, 0},
-        {"extra", 0, 1, 0, 3, 0, 0, 0},
-        {"pattern 1 before the count rule", 1, 0, 0, 9, 0, 0, 2},
-        {"many accelerations, fewer decelerations", 1, 0, 5, 9, 0, 0, 1},
-        {"seven accelerations", 1, 0, 5, 7, 0, 0, 0},
-        {"eight over seven", 2, 0, 7, 8, 0, 0, 1},
-        {"eight over eight", 2, 0, 8, 8, 0, 0, 0},
-        {"two with four accelerations", 2, 0, 2, 4, 0, 0, 1},
-        {"three with four accelerations", 2, 0, 3, 4, 0, 0, 0},
-        {"one with three accelerations", 1, 0, 1, 3, 0, 0, 0},
-        {"pattern 0 with one", 0, 0, 1, 9, 0, 0, 0},
-        {"pattern 3 with one", 3, 0, 1, 9, 0, 0, 0},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        QK4_CFhrFischer2 method;
-        QK4_FhrResult& r = cleared(method);
-        setRates(r, 130, 10.0, 6.0, c.accelerations);
         r.decelerationPattern = c.pattern;
         r.decelerationExtra = c.extra;
         r.decelerationCount = c.deep;
         r.decTypeCount1 = c.early;
         r.decTypeCount2 = c.lateOrLow;
         r.decTypeCount3 = r.decTypeCount4 = 0;
-        EXPECT_EQ(method.auto_Fischer2(), c.points) << c.what;
-        EXPECT_EQ(r.decelerationScore, c.points) << c.what;
+        EXPECT_EQ(method.auto_Fischer2(), c.points[4]) << c.what;
+        Ints expected = c.points;
+        expected.push_back(-1);  // no movement item
+        EXPECT_EQ(items(r), expected) << c.what;
+        EXPECT_EQ(r.totalScore, std::accumulate(c.points.begin(), c.points.end(), 0)) << c.what;
     }
 }
 
