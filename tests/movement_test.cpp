@@ -33,6 +33,7 @@ TEST(CalFm, DeadTimeModeMaskAndTailScan) {
     const Case cases[] = {
         // One movement per dead time, and one more from the tail.
         {"a mark every second", std::vector<int>(1200, kEveryMark), 1, 4, 1, {0, 1200, 2400, 3600}},
+        {"empty channel", {}, 1, 4, 1, {}},
         // The word at n - 300 - 1 is never examined; the tail starts at n - 300.
         {"word 899 of 1200", channel(1200, {{899, kEveryMark}}), 1, 4, 1, {}},
         {"word 898 of 1200", channel(1200, {{898, kEveryMark}}), 1, 4, 1, {898 * 4}},

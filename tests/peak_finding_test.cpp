@@ -91,6 +91,7 @@ TEST(FindPeaks, HeightProminenceAndSpacingFilters) {
     };
     // clang-format off
     const Case cases[] = {
+        {{}, 0, 0, 0, {}},
         {{1, 3, 3, 3, 1}, 0, 0, 0, {1}},  // a plateau at its first sample
         {{9, 1, 5, 1, 9}, 0, 0, 0, {2}},  // the edges are never peaks
         {spikes(9, {{2, 5.0}, {6, 5.5}}), 5, 0, 0, {6}},  // height must exceed the minimum
@@ -113,12 +114,21 @@ TEST(FindPeaks, HeightProminenceAndSpacingFilters) {
               std::tuple(Ints{2, 6, 10}, Doubles{5.0, 9.0, 7.0}, Doubles{1.0, 1.0, 1.0}));
 }
 
-TEST(FindPeaks, WidthsAtHalfProminenceAboveTheHigherAdjacentValley) {
+TEST(FindPeaks, BasesAreTheAdjacentValleysAndWidthsAtHalfProminence) {
+    const Doubles nested{0, 20, 1, 8, 5, 10, 3, 30, 0};
+    const utils::Extrema extrema = utils::findExtrema(nested);
+    Doubles baseHeight;
+    Ints leftBase, rightBase;
+    utils::getPeakBase(nested, extrema.maxima, extrema.inflections, baseHeight, leftBase,
+                       rightBase);
+    EXPECT_EQ(
+        std::tuple(extrema.maxima, leftBase, rightBase, baseHeight),
+        std::tuple(Ints{1, 3, 5, 7}, Ints{0, 2, 4, 6}, Ints{2, 4, 6, 8}, Doubles{1, 5, 5, 3}));
+
     // Level 2.5 is crossed between 1 and 5 (x = 1.375) and between 3 and 0 (x = 4 - 2.5 / 3).
     EXPECT_DOUBLE_EQ(peaks({0, 1, 5, 3, 0}, 0, 0, 0).widths.at(0), (4.0 - 2.5 / 3.0) - 1.375);
-    // Peak 10 between valleys 5 and 3: level 7.5 above base 5.
-    EXPECT_DOUBLE_EQ(peaks({0, 20, 1, 8, 5, 10, 3, 30, 0}, 0, 5, 0).widths.at(1),
-                     (6.0 - 4.5 / 7.0) - 4.5);
+    // Level 7.5 above base 5.
+    EXPECT_DOUBLE_EQ(peaks(nested, 0, 5, 0).widths.at(1), (6.0 - 4.5 / 7.0) - 4.5);
 
     // A level never crossed inside the bases: both sides stop at the base index.
     const Doubles plateau{0, 9, 10, 9, 0};

@@ -105,6 +105,7 @@ TEST(ShortTermVariability, SwingThresholdsSpansAndSegments) {
          25.0, 1.0},
         // No qualifying swing: the amplitude is 0.0 / 0.
         {"flat", Ints(100, 140), all, kRuntimeNaN, 0.0},
+        {"no segment", Ints(100, 140), {{}, {}}, kRuntimeNaN, 0.0},
     };
     // clang-format on
     for (const Case& c : cases) {
