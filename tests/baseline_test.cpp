@@ -22,18 +22,6 @@ using Doubles = std::vector<double>;
 const BaselineShape kHeartRate{10, 300, 300};
 const BaselineShape kContraction{20, 100, 300};
 
-Ints histogram(const Ints& data, const Ints& edges) {
-    Ints counts;
-    utils::hist(data, edges, counts);
-    return counts;
-}
-
-Ints repeated(std::initializer_list<std::pair<int, int>> valueCounts) {
-    Ints trace;
-    for (const auto& [value, count] : valueCounts) trace.insert(trace.end(), count, value);
-    return trace;
-}
-
 // --- a direct rendering of the weighted-mode baseline -------------------------
 //
 // One fresh histogram per output sample; the look-back weights rise as
@@ -104,40 +92,52 @@ Doubles renderBaseline(const Ints& trace, int seconds, int rate, const BaselineS
     return curve;
 }
 
-// A walk of small steps with occasional jumps anywhere in [low, high].
-Ints randomWalk(std::mt19937& rng, int length, int start, int low, int high) {
-    Ints trace(length);
-    int value = start;
-    for (int& sample : trace) {
-        value = std::clamp(value + static_cast<int>(rng() % 7) - 3, low, high);
-        sample = rng() % 30 == 0 ? low + static_cast<int>(rng() % (high - low + 1)) : value;
-    }
-    return trace;
-}
-
 void expectSameBits(const Doubles& actual, const Doubles& expected, const std::string& what) {
     ASSERT_EQ(actual.size(), expected.size()) << what;
     for (size_t i = 0; i < actual.size(); ++i) {
-        if (std::memcmp(&actual[i], &expected[i], sizeof(double)) != 0) {
-            FAIL() << what << ": sample " << i << " is " << actual[i] << ", expected "
-                   << expected[i];
-        }
+        ASSERT_EQ(std::memcmp(&actual[i], &expected[i], sizeof(double)), 0)
+            << what << ": sample " << i << " is " << actual[i] << ", expected " << expected[i];
     }
+}
+
+// The fast form at every vector level and the library's written form (its
+// fallback) against the expected curve of both shapes.
+void expectBothFormsAtEveryLevel(const Ints& trace, const Ints& toco, int seconds, int rate,
+                                 const std::string& what) {
+    const Doubles heartRate = renderBaseline(trace, seconds, rate, kHeartRate);
+    const Doubles contraction = renderBaseline(toco, seconds, rate, kContraction);
+    expectSameBits(weightedModeBaselineReference(trace, seconds, rate, kHeartRate), heartRate,
+                   what + ", written form");
+    expectSameBits(weightedModeBaselineReference(toco, seconds, rate, kContraction), contraction,
+                   what + ", toco, written form");
+    testing_support::atEveryLevel([&] {
+        expectSameBits(weightedModeBaselineLanes(trace, seconds, rate, kHeartRate), heartRate,
+                       what);
+        expectSameBits(weightedModeBaselineLanes(toco, seconds, rate, kContraction), contraction,
+                       what + ", toco");
+    });
 }
 
 }  // namespace
 
 TEST(Hist, BinsAreCentredOnTheEdgesAndAppended) {
+    const auto histogram = [](const Ints& data, const Ints& edges, Ints counts = {}) {
+        utils::hist(data, edges, counts);
+        return counts;
+    };
     // 68 lies above the last midpoint 67.5 and is counted nowhere.
     EXPECT_EQ(histogram({68, 63, 10, 67, 62}, {60, 65, 70}), (Ints{2, 2}));
     EXPECT_EQ(histogram({62, 67, 63, 68}, {60, 64, 70}), (Ints{1, 2}));  // a midpoint goes down
-    Ints counts{9};
-    utils::hist({}, {60, 65, 70, 75}, counts);
-    utils::hist({100}, {60}, counts);
-    EXPECT_EQ(counts, (Ints{9, 0, 0, 0}));
+    EXPECT_EQ(histogram({}, {60, 65, 70, 75}, {9}), (Ints{9, 0, 0, 0}));
+    EXPECT_EQ(histogram({100}, {60}, {9}), (Ints{9}));
 }
 
-TEST(BasalFhr, MostFrequentRateOnAFiveBpmGridLowestOnATie) {
+TEST(BasalFhr, MostFrequentRateOnAFiveBpmGridLowestOnATieAndTheFlatCurve) {
+    const auto repeated = [](std::initializer_list<std::pair<int, int>> valueCounts) {
+        Ints trace;
+        for (const auto& [value, count] : valueCounts) trace.insert(trace.end(), count, value);
+        return trace;
+    };
     // clang-format off
     const std::pair<Ints, int> cases[] = {
         {Ints(100, 142), 140},
@@ -151,14 +151,10 @@ TEST(BasalFhr, MostFrequentRateOnAFiveBpmGridLowestOnATie) {
         {{}, 60},
     };
     // clang-format on
-    const QK4_CFhrAlgorithm analyser;
+    QK4_CFhrAlgorithm analyser;
     for (const auto& [trace, rate] : cases) {
         EXPECT_EQ(analyser.basal_fhr(trace), rate) << testing::PrintToString(trace);
     }
-}
-
-TEST(FhrBasalline, OneValuePerSampleOfTheRun) {
-    QK4_CFhrAlgorithm analyser;
     analyser.setSampleRate(4);
     analyser.setDurationSeconds(1200);
     EXPECT_EQ(analyser.fhr_basalline(140), Doubles(4800, 140.0));
@@ -166,25 +162,10 @@ TEST(FhrBasalline, OneValuePerSampleOfTheRun) {
     EXPECT_TRUE(analyser.fhr_basalline(140).empty());
 }
 
-TEST(WeightedModeBaseline, FlatTracesAndTheContractionHistogramSizes) {
-    QK4_CFhrAlgorithm analyser;
-    analyser.setSampleRate(4);
-    const Doubles flat = analyser.fhr_baseline(Ints(600, 143), 150);
-    EXPECT_EQ(analyser.getSamplePeriod(), 0.25);
-    for (double value : flat) ASSERT_DOUBLE_EQ(value, 143.0);
-    // 90 s at 4 Hz looks 180 samples ahead: the end region from 420 on has 300
-    // bins, the others 100, of which the top two lie in no band.
-    for (int value : {99, 100}) {
-        const Doubles base = analyser.uc_baseline(Ints(600, value), 90);
-        for (int i = 0; i < 600; ++i) ASSERT_DOUBLE_EQ(base[i], i < 420 ? 0.0 : value) << i;
-    }
-    EXPECT_EQ(analyser.fhr_baseline(Ints(240, 300), 60), Doubles(240, 0.0));
-}
-
-// Each request is followed by requests for the same trace in the other shape,
-// with another window and with one sample changed, so a reused curve must
-// belong to exactly the same request.
-TEST(WeightedModeBaseline, StagesAndTheWrittenFormMatchTheRenderingOnRandomTraces) {
+// Each request through the stages is followed by requests for the same trace
+// in the other shape, with another window and with one sample changed, so a
+// reused curve must belong to exactly the same request.
+TEST(WeightedModeBaseline, StagesAndBothFormsMatchTheRenderingOnRandomTraces) {
     struct Case {
         int rate, length, seconds, low, high;
     };
@@ -205,26 +186,23 @@ TEST(WeightedModeBaseline, StagesAndTheWrittenFormMatchTheRenderingOnRandomTrace
     QK4_CFhrAlgorithm analyser;
     for (const Case& c : cases) {
         analyser.setSampleRate(c.rate);
-        Ints trace = randomWalk(rng, c.length, (c.low + c.high) / 2, c.low, c.high);
+        // A walk of small steps with occasional jumps anywhere in [low, high].
+        Ints trace(c.length);
+        int value = (c.low + c.high) / 2;
+        for (int& sample : trace) {
+            value = std::clamp(value + static_cast<int>(rng() % 7) - 3, c.low, c.high);
+            sample =
+                rng() % 30 == 0 ? c.low + static_cast<int>(rng() % (c.high - c.low + 1)) : value;
+        }
         const std::string what = std::to_string(c.length) + " samples at " +
                                  std::to_string(c.rate) + " Hz, " + std::to_string(c.seconds) +
                                  " s";
         for (int seconds : {c.seconds, c.seconds - 7}) {
-            const Doubles heartRate = renderBaseline(trace, seconds, c.rate, kHeartRate);
-            const Doubles toco = renderBaseline(trace, seconds, c.rate, kContraction);
-            expectSameBits(analyser.fhr_baseline(trace, seconds), heartRate, what);
-            expectSameBits(analyser.uc_baseline(trace, seconds), toco, what + ", toco");
-            testing_support::atEveryLevel([&] {
-                expectSameBits(weightedModeBaselineLanes(trace, seconds, c.rate, kHeartRate),
-                               heartRate, what + ", lanes");
-                expectSameBits(weightedModeBaselineLanes(trace, seconds, c.rate, kContraction),
-                               toco, what + ", toco, lanes");
-            });
-            // The library's written form too (the fast form's fallback).
-            expectSameBits(weightedModeBaselineReference(trace, seconds, c.rate, kHeartRate),
-                           heartRate, what + ", written form");
-            expectSameBits(weightedModeBaselineReference(trace, seconds, c.rate, kContraction),
-                           toco, what + ", toco, written form");
+            expectSameBits(analyser.fhr_baseline(trace, seconds),
+                           renderBaseline(trace, seconds, c.rate, kHeartRate), what);
+            expectSameBits(analyser.uc_baseline(trace, seconds),
+                           renderBaseline(trace, seconds, c.rate, kContraction), what + ", toco");
+            expectBothFormsAtEveryLevel(trace, trace, seconds, c.rate, what);
         }
         if (trace.empty()) continue;
         trace[c.length / 2] += 1;
@@ -237,29 +215,18 @@ TEST(WeightedModeBaseline, StagesAndTheWrittenFormMatchTheRenderingOnRandomTrace
 // that their weighted totals agree to many digits for many outputs; a third
 // value next to the first makes bands that share bins tie exactly.
 TEST(WeightedModeBaseline, NearTiesAreDecidedAsInTheWrittenForm) {
-    struct Case {
-        int rate, length, seconds;
-    };
     // Region ends that leave groups of a few outputs (whose bounds are tightest),
     // windows of whole and partial minutes.
-    const Case cases[] = {{1, 123, 61}, {2, 490, 245}, {4, 997, 249}, {4, 1921, 480}};
-    for (const Case& c : cases) {
-        Ints trace(c.length);
-        for (int j = 0; j < c.length; ++j) {
+    const int cases[][3] = {{1, 123, 61}, {2, 490, 245}, {4, 997, 249}, {4, 1921, 480}};
+    for (const auto [rate, length, seconds] : cases) {
+        Ints trace(length), toco(length);
+        for (int j = 0; j < length; ++j) {
             trace[j] = __builtin_popcount(j) % 2 ? 150 : (j % 7 ? 120 : 121);
+            toco[j] = trace[j] - 90;  // 30, 31 and 60: 20-value bands
         }
-        const std::string what =
-            std::to_string(c.length) + " samples at " + std::to_string(c.rate) + " Hz";
-        const Doubles heartRate = renderBaseline(trace, c.seconds, c.rate, kHeartRate);
-        std::vector<int> toco = trace;
-        for (int& value : toco) value -= 90;  // 30, 31 and 60: 20-value bands
-        const Doubles contraction = renderBaseline(toco, c.seconds, c.rate, kContraction);
-        testing_support::atEveryLevel([&] {
-            expectSameBits(weightedModeBaselineLanes(trace, c.seconds, c.rate, kHeartRate),
-                           heartRate, what);
-            expectSameBits(weightedModeBaselineLanes(toco, c.seconds, c.rate, kContraction),
-                           contraction, what + ", toco");
-        });
+        expectBothFormsAtEveryLevel(
+            trace, toco, seconds, rate,
+            std::to_string(length) + " samples at " + std::to_string(rate) + " Hz");
     }
 }
 

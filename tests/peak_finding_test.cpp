@@ -65,10 +65,8 @@ TEST(IntFindPeaks, PlateausAtTheirFirstSampleEdgesNeverAndOutputsAppended) {
     };
     // clang-format off
     const Case cases[] = {
-        {{1, 3, 3, 1}, {3}, {1}},           {{1, 3, 2, 4, 4, 4, 0}, {3, 4}, {1, 3}},
-        {{9, 1, 5, 1, 9}, {5}, {2}},        {{5, 4, 3}, {}, {}},
-        {{1, 2, 3}, {}, {}},                {{3, 3, 1, 2, 2}, {}, {}},
-        {{4, 4, 4}, {}, {}},                {{7}, {}, {}},
+        {{1, 3, 3, 1}, {3}, {1}},    {{1, 3, 2, 4, 4, 4, 0}, {3, 4}, {1, 3}},
+        {{9, 1, 5, 1, 9}, {5}, {2}}, {{3, 3, 1, 2, 2}, {}, {}},
         {{}, {}, {}},
     };
     // clang-format on
@@ -93,21 +91,16 @@ TEST(FindPeaks, HeightProminenceAndSpacingFilters) {
     };
     // clang-format off
     const Case cases[] = {
-        {{1, 2, 3, 4}, 0, 0, 0, {}}, {{4, 3, 2, 1}, 0, 0, 0, {}}, {{2, 2, 2, 2}, 0, 0, 0, {}},
-        {{}, 0, 0, 0, {}}, {{1, 3, 3, 3, 1}, 0, 0, 0, {1}},
+        {{}, 0, 0, 0, {}},
+        {{1, 3, 3, 3, 1}, 0, 0, 0, {1}},  // a plateau at its first sample
         {{9, 1, 5, 1, 9}, 0, 0, 0, {2}},  // the edges are never peaks
         {spikes(9, {{2, 5.0}, {6, 5.5}}), 5, 0, 0, {6}},  // height must exceed the minimum
-        {spikes(9, {{2, 5.0}, {6, 5.5}}), 4, 0, 0, {2, 6}},
         {{1, 5, 2, 3, 0}, 0, 3, 0, {1}},  // prominence 3 equal to the minimum keeps
-        {{1, 5, 2, 3, 0}, 0, 4, 0, {}},
         {nested, 0, 5, 0, {1, 5, 7}},
         {nested, 0, 6, 0, {1, 7}},
         {spikes(12, {{2, 5.0}, {5, 8.0}}), 0, 0, 3, {5}},  // the higher one stays
-        {spikes(12, {{2, 5.0}, {5, 8.0}}), 0, 0, 2, {2, 5}},
         // Equal heights rank by position: 4 removes 8, which then removes nothing.
         {threeSpikes, 0, 0, 4, {4, 12}},
-        {threeSpikes, 0, 0, 3, {4, 8, 12}},
-        {threeSpikes, 0, 0, 8, {4}},
     };
     // clang-format on
     for (const Case& c : cases) {
@@ -115,23 +108,22 @@ TEST(FindPeaks, HeightProminenceAndSpacingFilters) {
             << testing::PrintToString(c.signal) << " " << c.height << " " << c.prominence << " "
             << c.distance;
     }
+    // Reported in position order, with their values and widths.
     const Peaks found = peaks(spikes(14, {{2, 5.0}, {6, 9.0}, {10, 7.0}}), 0, 0, 1);
-    EXPECT_EQ(found.locations, (Ints{2, 6, 10}));  // reported in position order
-    EXPECT_EQ(found.values, (Doubles{5.0, 9.0, 7.0}));
-    EXPECT_EQ(found.widths, (Doubles{1.0, 1.0, 1.0}));
+    EXPECT_EQ(std::tuple(found.locations, found.values, found.widths),
+              std::tuple(Ints{2, 6, 10}, Doubles{5.0, 9.0, 7.0}, Doubles{1.0, 1.0, 1.0}));
 }
 
 TEST(FindPeaks, BasesAreTheAdjacentValleysAndWidthsAtHalfProminence) {
     const Doubles nested{0, 20, 1, 8, 5, 10, 3, 30, 0};
     const utils::Extrema extrema = utils::findExtrema(nested);
-    EXPECT_EQ(extrema.maxima, (Ints{1, 3, 5, 7}));
     Doubles baseHeight;
     Ints leftBase, rightBase;
     utils::getPeakBase(nested, extrema.maxima, extrema.inflections, baseHeight, leftBase,
                        rightBase);
-    EXPECT_EQ(leftBase, (Ints{0, 2, 4, 6}));
-    EXPECT_EQ(rightBase, (Ints{2, 4, 6, 8}));
-    EXPECT_EQ(baseHeight, (Doubles{1, 5, 5, 3}));
+    EXPECT_EQ(
+        std::tuple(extrema.maxima, leftBase, rightBase, baseHeight),
+        std::tuple(Ints{1, 3, 5, 7}, Ints{0, 2, 4, 6}, Ints{2, 4, 6, 8}, Doubles{1, 5, 5, 3}));
 
     // Level 2.5 is crossed between 1 and 5 (x = 1.375) and between 3 and 0 (x = 4 - 2.5 / 3).
     EXPECT_DOUBLE_EQ(peaks({0, 1, 5, 3, 0}, 0, 0, 0).widths.at(0), (4.0 - 2.5 / 3.0) - 1.375);
@@ -161,11 +153,6 @@ TEST(SortHelpers, QuicksortCarriesIndicesAndIdxSortOrdersEqualRuns) {
     utils::ucqSort(values.data(), 0, 2, carried.data(), 0);
     EXPECT_EQ(carried, (Ints{1, 2, 0}));
 
-    Doubles partial{9, 4, 7, 1, 0};
-    utils::ucqSort(partial.data(), 1, 3, nullptr, 1);
-    utils::ucqSort(partial.data(), 3, 1, nullptr, 0);
-    EXPECT_EQ(partial, (Doubles{9, 1, 4, 7, 0}));
-
     Doubles runs{5, 5, 3, 3, 3, 1};
     Ints indices{4, 2, 9, 1, 5, 0};
     utils::idxSort(runs.data(), indices.data(), 6);
@@ -174,11 +161,9 @@ TEST(SortHelpers, QuicksortCarriesIndicesAndIdxSortOrdersEqualRuns) {
 
 TEST(FindPeaksU, RegionsWidthBoundAndWidthFilterBeforeSpacing) {
     const Regions both = regions(1, 0);
-    EXPECT_EQ(both.locations, (Ints{-1, 10, 30}));
-    EXPECT_EQ(both.values, (Doubles{-1, 10.0, 6.0}));
-    EXPECT_EQ(both.widths, (Doubles{-1, 5.0, 6.0}));
-    EXPECT_EQ(both.starts, (Ints{-1, 6, 25}));
-    EXPECT_EQ(both.ends, (Ints{-1, 14, 35}));
+    EXPECT_EQ(std::tuple(both.locations, both.starts, both.ends, both.values, both.widths),
+              std::tuple(Ints{-1, 10, 30}, Ints{-1, 6, 25}, Ints{-1, 14, 35},
+                         Doubles{-1, 10.0, 6.0}, Doubles{-1, 5.0, 6.0}));
     // {minimum distance, minimum width, peaks kept}: the width bound is
     // inclusive, and a narrow peak leaves before it can remove another.
     const std::tuple<int, int, Ints> kept[] = {
@@ -188,13 +173,10 @@ TEST(FindPeaksU, RegionsWidthBoundAndWidthFilterBeforeSpacing) {
         EXPECT_EQ(Ints(found.begin() + 1, found.end()), locations) << distance << " " << width;
     }
 
-    Ints locations{3, 8, 12, 20};
-    Doubles other{1.5, 2.5, 3.5, 4.5}, widths{1.0, 2.0, 1.999, 2.5};
-    utils::removePeaksOutsideWidth(locations, other, widths, 2);
-    EXPECT_EQ(locations, (Ints{8, 20}));
-    EXPECT_EQ(other, (Doubles{2.5, 4.5}));
-    widths = {-1.0, 0.5};
-    utils::removePeaksOutsideWidth(locations, other, widths, 0);  // 0 keeps every peak
+    // A minimum width of 0 keeps every peak, whatever its width.
+    Ints locations{8, 20};
+    Doubles other{2.5, 4.5}, widths{-1.0, 0.5};
+    utils::removePeaksOutsideWidth(locations, other, widths, 0);
     EXPECT_EQ(locations, (Ints{8, 20}));
 }
 
@@ -206,7 +188,7 @@ TEST(ChickStartEnd, LowestSamplesNearestThePeakNeverTheFirstOrLast) {
     const Doubles lows{9, 1, 1, 5, 1, 1, 9}, edges{0, 5, 3, 4, 2, 0};
     // clang-format off
     const Case cases[] = {
-        {{3, 2, 5, 2, 3}, 2, 0, -1, -1}, {{3, 2, 5, 2, 3}, 2, -4, -1, -1},
+        {{3, 2, 5, 2, 3}, 2, -4, -1, -1},
         {lows, 3, 3, 2, 4},              {lows, 3, 1, 3, 3},  // only the peak itself
         {edges, 1, 3, 1, 2},             {edges, 4, 3, 4, 4},
         {edges, 0, 2, -1, 0},            {edges, 5, 2, 5, -1},

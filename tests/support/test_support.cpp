@@ -53,7 +53,7 @@ std::vector<Recording> researchRecordings(const std::string& subdir) {
     return recordings;
 }
 
-static std::string todaysLogName() {
+std::string todaysLogName() {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
     localtime_r(&now, &local);
@@ -61,16 +61,10 @@ static std::string todaysLogName() {
            std::to_string(local.tm_mon + 1) + "_" + std::to_string(local.tm_mday) + ".log";
 }
 
-static std::vector<std::string> logLines() {
-    std::vector<std::string> lines;
-    std::ifstream in(todaysLogName());
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
-}
-
 std::vector<std::string> logMessages() {
     std::vector<std::string> messages;
-    for (const auto& line : logLines()) {
+    std::ifstream in(todaysLogName());
+    for (std::string line; std::getline(in, line);) {
         const auto mark = line.find("]  ");
         messages.push_back(mark == std::string::npos ? line : line.substr(mark + 3));
     }

@@ -23,6 +23,8 @@ std::vector<Recording> researchRecordings(const std::string& subdir = "train");
 // The message part (after the "[stamp]  " prefix) of each line of the log file
 // written in the working directory today.
 std::vector<std::string> logMessages();
+// Name of the log file the library writes today.
+std::string todaysLogName();
 // Removes today's log file.
 void clearLog();
 
