@@ -231,22 +231,26 @@ void readBaseline(const QK4_FhrBaseline* baseline, Method method, const State& s
     }
 }
 
-int* runMethod(Method method, const Call& c) {
-    switch (method) {
-        case kKrebs:
-            return QK4_calFhrKrebs(c.fhr, c.fm, c.length, c.rate);
-        case kFischer:
-            return QK4_calFhrFischer2(c.fhr, c.uc, c.fm, c.length, c.rate);
-        case kAcog:
-            return QK4_calFhrAcog(c.fhr, c.uc, c.fm, c.length, c.rate);
-        case kUC:
-            return QK4_calFhrUC(c.fhr, c.uc, c.fm, c.length, c.rate);
-    }
-    return nullptr;
-}
+// Each method's run and getters as a host calls them, indexed by Method.
+struct MethodEntry {
+    int* (*run)(const Call& c);
+    QK4_FhrLocation* (*location)();
+    QK4_FhrBaseline* (*baseline)();
+};
+
+const MethodEntry kMethods[] = {
+    {[](const Call& c) { return QK4_calFhrKrebs(c.fhr, c.fm, c.length, c.rate); },
+     QK4_getKrebsLocation, QK4_getKrebsBaseline},
+    {[](const Call& c) { return QK4_calFhrFischer2(c.fhr, c.uc, c.fm, c.length, c.rate); },
+     QK4_getFischer2Location, QK4_getFischer2Baseline},
+    {[](const Call& c) { return QK4_calFhrAcog(c.fhr, c.uc, c.fm, c.length, c.rate); },
+     QK4_getAcogLocation, QK4_getAcogBaseline},
+    {[](const Call& c) { return QK4_calFhrUC(c.fhr, c.uc, c.fm, c.length, c.rate); },
+     QK4_getUCLocation, QK4_getUCBaseline},
+};
 
 void run(Method method, const Call& call, const std::vector<int>& fhr, State& state) {
-    const int* words = runMethod(method, call);
+    const int* words = kMethods[method].run(call);
     check(words != nullptr, "null result record");
     const bool refused = mustFail(method, call, fhr);
     const bool failed = method == kAcog ? words[35] == -1 : words[0] == -1;
@@ -258,34 +262,6 @@ void run(Method method, const Call& call, const std::vector<int>& fhr, State& st
     }
     checkScores(method, words);
     state.curveLength[method] = call.length;
-}
-
-QK4_FhrLocation* location(Method method) {
-    switch (method) {
-        case kKrebs:
-            return QK4_getKrebsLocation();
-        case kFischer:
-            return QK4_getFischer2Location();
-        case kAcog:
-            return QK4_getAcogLocation();
-        case kUC:
-            return QK4_getUCLocation();
-    }
-    return nullptr;
-}
-
-QK4_FhrBaseline* baseline(Method method) {
-    switch (method) {
-        case kKrebs:
-            return QK4_getKrebsBaseline();
-        case kFischer:
-            return QK4_getFischer2Baseline();
-        case kAcog:
-            return QK4_getAcogBaseline();
-        case kUC:
-            return QK4_getUCBaseline();
-    }
-    return nullptr;
 }
 
 // The getter repairs an unset core field in the stored record itself.
@@ -349,10 +325,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 run(method, call, fhr, state);
                 break;
             case 2:
-                readLocation(location(method), method, state.curveLength[method]);
+                readLocation(kMethods[method].location(), method, state.curveLength[method]);
                 break;
             case 3:
-                readBaseline(baseline(method), method, state);
+                readBaseline(kMethods[method].baseline(), method, state);
                 break;
             case 4:
                 if (action & 0x80) QK4_setParameter(nullptr);
