@@ -99,6 +99,7 @@ TEST(DetectAcc, ScansFallbacksAndPasses) {
          0, 3000, 120, {{2, -20}}},
         {"scanned start 1", {480, 160, 1, 580}, {{0, 480, 150}, {480, 580, 160}, {1, 140}}},
         {"forward scan to trigger + 481", {1000, 160, 999, 1481}, {{1000, 1481, 160}}},
+        {"exactly the minimum duration", {1000, 160, 999, 1067}, {{1000, 1067, 160}}},
         {"forward fallback", {1000, 160, 999, 1200}, {{1000, 1486, 160}, {1200, 145}}},
         // The main pass ends at 2000 - 480 - 1 and scans only to the last sample.
         {"last main pass", {1519, 160, 1518, 1700}, {{1519, 2000, 160}, {1700, 150}}, 0, 2000},

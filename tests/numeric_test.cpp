@@ -1,5 +1,5 @@
-// Numeric helpers: rounding, truncation, sums, the two range generators, the
-// 15-sample moving average and the low-pass FIR filter.
+// Numeric helpers: rounding, truncation, the 15-sample moving average and the
+// low-pass FIR filter.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,7 +9,6 @@
 #include <cstring>
 #include <limits>
 #include <random>
-#include <tuple>
 #include <vector>
 
 #include "dispatch_levels.h"
@@ -81,29 +80,6 @@ TEST(Rounding, HalvesAwayFromZeroAndTruncationSaturatesToIntMin) {
         {2147483648.0, INT_MIN}, {-std::numeric_limits<double>::max(), INT_MIN}, {nan, INT_MIN}};
     // clang-format on
     for (const auto& [x, expected] : truncated) EXPECT_EQ(utils::truncate_to_int(x), expected) << x;
-}
-
-// The weighted-mode baseline checks linspace bit for bit at the counts it uses.
-TEST(Ranges, SumLinspaceAndMakeRange) {
-    EXPECT_EQ(utils::sum({}), 0.0);
-    EXPECT_EQ(utils::sum({1.0, 1e100, -1e100}), 0.0);  // left to right, no compensation
-    EXPECT_EQ(utils::sum({1e100, -1e100, 1.0}), 1.0);
-
-    EXPECT_EQ(utils::linspace(0.0, 5.0, 6), (Doubles{0, 1, 2, 3, 4, 5, 5}));  // lands on end: twice
-    EXPECT_EQ(utils::linspace(5.0, 0.0, 6), (Doubles{5, 4, 3, 2, 1, 0, 0}));
-    EXPECT_EQ(utils::linspace(0.0, 5.0, 1), (Doubles{0.0, 5.0}));
-    EXPECT_EQ(utils::linspace(2.0, 0.1, 1), (Doubles{2.0, 0.1}));
-    // A span whose integer part is 0, or a count below 1, gives nothing.
-    const std::tuple<double, double, int> nothing[] = {{0.0, 0.9, 10}, {1.0, 0.1, 10},
-                                                       {3.0, 3.0, 4},  {0.0, 5.0, 0},
-                                                       {0.0, 5.0, -3}, {2.0, 0.1, 0}};
-    for (const auto& [start, end, count] : nothing) {
-        EXPECT_TRUE(utils::linspace(start, end, count).empty()) << start << " " << end << count;
-    }
-
-    EXPECT_EQ(utils::makeRange(10, 5, 20), (std::vector<int>{10, 15, 20}));
-    EXPECT_EQ(utils::makeRange(10, 5, 24), (std::vector<int>{10, 15, 20}));
-    EXPECT_EQ(utils::makeRange(30, 5, 20), (std::vector<int>{30}));
 }
 
 TEST(MovingAverage, FifteenSampleSpanWhateverTheWindow) {

@@ -1,10 +1,7 @@
-// Peak finders: the integer local-maximum search, the filtered double peak
-// finder with its bases, widths and spacing pass, the region-finding variant,
-// and the sorting helpers they share.
+// Peak finders: the integer local-maximum search and the filtered double peak
+// finder with its bases, widths and spacing pass.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <numeric>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -34,27 +31,6 @@ Doubles spikes(int length, const std::vector<std::pair<int, double>>& spikeList)
     Doubles signal(length, 0.0);
     for (const auto& [position, height] : spikeList) signal[position] = height;
     return signal;
-}
-
-// Two triangles on a zero floor: peak A of 10 at 10 (slope 2, half-prominence
-// width 5) and peak B of 6 at 30 (slope 1, width 6).
-Doubles twoTriangles() {
-    Doubles y(40, 0.0);
-    for (int k = 0; k <= 4; ++k) y[10 - k] = y[10 + k] = 10.0 - 2 * k;
-    for (int k = 0; k <= 5; ++k) y[30 - k] = y[30 + k] = 6.0 - k;
-    return y;
-}
-
-struct Regions {
-    Doubles values{-1}, widths{-1};
-    Ints locations{-1}, starts{-1}, ends{-1};  // appended to
-};
-
-Regions regions(int minDistance, int minWidth) {
-    Regions r;
-    utils::findPeaksU(twoTriangles(), 0, 1, minDistance, r.values, r.locations, r.starts, r.ends,
-                      r.widths, minWidth);
-    return r;
 }
 
 }  // namespace
@@ -135,70 +111,4 @@ TEST(FindPeaks, BasesAreTheAdjacentValleysAndWidthsAtHalfProminence) {
     EXPECT_EQ(utils::findLeftIntercept(plateau, 2, 1, 5.0), 0);
     EXPECT_EQ(utils::findRightIntercept(plateau, 2, 3, 5.0), 4);
     EXPECT_EQ(utils::getHalfMaxBounds(plateau, {2}, {0.0}, {1}, {3}), Doubles{2.0});
-}
-
-TEST(SortHelpers, QuicksortCarriesIndicesAndIdxSortOrdersEqualRuns) {
-    const Doubles original{3, 1, 4, 1, 5, 9, 2, 6, 5, 3};
-    for (short ascending : {short(1), short(0)}) {
-        Doubles values = original;
-        Ints carried(10);
-        std::iota(carried.begin(), carried.end(), 0);
-        utils::ucqSort(values.data(), 0, 9, carried.data(), ascending);
-        for (int k = 0; k < 10; ++k) EXPECT_EQ(values[k], original[carried[k]]) << k;
-        EXPECT_TRUE(ascending ? std::is_sorted(values.begin(), values.end())
-                              : std::is_sorted(values.rbegin(), values.rend()));
-    }
-    Doubles values{2, 3, 2};  // descending puts equals left of the pivot
-    Ints carried{0, 1, 2};
-    utils::ucqSort(values.data(), 0, 2, carried.data(), 0);
-    EXPECT_EQ(carried, (Ints{1, 2, 0}));
-
-    Doubles runs{5, 5, 3, 3, 3, 1};
-    Ints indices{4, 2, 9, 1, 5, 0};
-    utils::idxSort(runs.data(), indices.data(), 6);
-    EXPECT_EQ(indices, (Ints{2, 4, 1, 5, 9, 0}));
-}
-
-TEST(FindPeaksU, RegionsWidthBoundAndWidthFilterBeforeSpacing) {
-    const Regions both = regions(1, 0);
-    EXPECT_EQ(std::tuple(both.locations, both.starts, both.ends, both.values, both.widths),
-              std::tuple(Ints{-1, 10, 30}, Ints{-1, 6, 25}, Ints{-1, 14, 35},
-                         Doubles{-1, 10.0, 6.0}, Doubles{-1, 5.0, 6.0}));
-    // {minimum distance, minimum width, peaks kept}: the width bound is
-    // inclusive, and a narrow peak leaves before it can remove another.
-    const std::tuple<int, int, Ints> kept[] = {
-        {1, 5, {10, 30}}, {1, 6, {30}}, {1, 7, {}}, {25, 0, {10}}, {25, 6, {30}}};
-    for (const auto& [distance, width, locations] : kept) {
-        const Ints found = regions(distance, width).locations;
-        EXPECT_EQ(Ints(found.begin() + 1, found.end()), locations) << distance << " " << width;
-    }
-
-    // A minimum width of 0 keeps every peak, whatever its width.
-    Ints locations{8, 20};
-    Doubles other{2.5, 4.5}, widths{-1.0, 0.5};
-    utils::removePeaksOutsideWidth(locations, other, widths, 0);
-    EXPECT_EQ(locations, (Ints{8, 20}));
-}
-
-TEST(ChickStartEnd, LowestSamplesNearestThePeakNeverTheFirstOrLast) {
-    struct Case {
-        Doubles y;
-        int loc, span, start, end;
-    };
-    const Doubles lows{9, 1, 1, 5, 1, 1, 9}, edges{0, 5, 3, 4, 2, 0};
-    // clang-format off
-    const Case cases[] = {
-        {{3, 2, 5, 2, 3}, 2, -4, -1, -1},
-        {lows, 3, 3, 2, 4},              {lows, 3, 1, 3, 3},  // only the peak itself
-        {edges, 1, 3, 1, 2},             {edges, 4, 3, 4, 4},
-        {edges, 0, 2, -1, 0},            {edges, 5, 2, 5, -1},
-        {{1, 4, 2, 6, 3, 5, 1}, 3, 1000, 2, 4},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        int start = 7, end = 7;
-        chick_Start_End(c.y, c.loc, c.span, start, end);
-        EXPECT_EQ(std::pair(start, end), std::pair(c.start, c.end))
-            << testing::PrintToString(c.y) << " at " << c.loc << " span " << c.span;
-    }
 }

@@ -1,9 +1,8 @@
-// Scoring steps of the four methods, fed through the result record, and the
-// helpers of the Fischer and contraction methods.
+// Scoring steps of the four methods, fed through the result record, the
+// strong-contraction flag of the Fischer method and the contraction rating.
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cmath>
 #include <cstring>
 #include <limits>
 #include <numeric>
@@ -186,47 +185,6 @@ TEST(AcogClassification, OneHotFlagGroups) {
             std::tuple(c.baseline, c.amplitude, c.accelerations, c.extra, c.early, c.lateOrLow,
                        c.delayed, c.reservedE, c.reservedF));
         EXPECT_EQ(std::pair(r.totalScore, r.strongContractionFlag), std::pair(-1, -1));
-    }
-}
-
-TEST(FischerHelpers, AccelerationsGroupedByRegionKeepTheHighest) {
-    std::vector<int> peakMask(200, 0);
-    std::fill(peakMask.begin() + 10, peakMask.begin() + 20, 1);
-    std::fill(peakMask.begin() + 50, peakMask.begin() + 60, 1);
-    // Two inside the first peak region (the later one higher), one widening the
-    // first region to 30, one alone in the second, two of equal height alone.
-    EventLists acc{{12, 15, 25, 55, 120, 125},
-                   {150, 160, 158, 155, 150, 150},
-                   {11, 14, 18, 54, 110, 118},
-                   {14, 18, 30, 58, 122, 130}};
-    Ints positions, values;
-    QK4_CFhrFischer2::groupAccelerations(peakMask, acc, positions, values);
-    EXPECT_EQ(positions, (Ints{15, 55, 120}));
-    EXPECT_EQ(values, (Ints{160, 155, 150}));
-}
-
-TEST(FischerHelpers, PeakRegionsUseTheFourPeakParametersInOrder) {
-    // A large and a small rise over 140 bpm: prominences of about 29 and 14
-    // after the low-pass (gain 1.143), widths of about 80 samples.
-    std::vector<double> trace(2000, 140.0);
-    for (int i = 0; i < 160; ++i) {
-        const double triangle = 1.0 - std::abs(i - 80) / 80.0;
-        trace[420 + i] += 25.0 * triangle;
-        trace[1120 + i] += 12.0 * triangle;
-    }
-    // {height, prominence}: only a prominence minimum of 5 keeps the small one.
-    for (const auto& [height, prominence, small] : {std::tuple{5, 15, 0}, {15, 5, 1}}) {
-        QK4_CFhrFischer2 method;
-        QK4_FhrParameter p = method.getParameter();
-        p.auxPeakA = height;
-        p.auxPeakB = prominence;
-        p.auxPeakSpan = 600;  // spacing
-        p.auxPeakD = 35;      // minimum width
-        ASSERT_EQ(method.setParameter(p), 0);
-        const Ints mask = method.peakRegionMask(trace);
-        EXPECT_EQ(Ints({mask[0], mask[500], mask[800], mask[1200], mask[1999]}),
-                  (Ints{0, 1, 0, small, 0}))
-            << height << ", " << prominence;
     }
 }
 

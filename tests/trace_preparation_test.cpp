@@ -97,18 +97,6 @@ TEST(UpdateFhr, ClusteredMovementsAreBridgedWithMargins) {
     }
 }
 
-// Slopes of 0.05 per sample up and down put halves (120.5, 146.5) on the line.
-TEST(UpdateFhr, BridgeRoundsHalvesAwayFromZeroInBothDirections) {
-    const QK4_CFhrAlgorithm analyser;
-    for (const auto& [first, last] : {std::pair{120, 147}, {147, 120}, {133, 133}}) {
-        Ints trace = zigzag(3000);
-        trace[880] = first;
-        trace[1420] = last;
-        EXPECT_EQ(analyser.update_fhr(trace, 4, {1000, 1300}, 1), bridged(trace, {{880, 1420}}))
-            << first << " to " << last;
-    }
-}
-
 TEST(ThresholdFilter, DropsOverTwoHundredAndExcessesOverThreeHundredRepeatThePreviousSample) {
     struct Case {
         Ints trace;
