@@ -95,6 +95,12 @@ TEST(LowPass, SinglePrecisionRecursionWhoseStateCarriesOverBetweenCalls) {
     EXPECT_TRUE(analyser.lowpass_filter({}).empty());
 }
 
+// No stage calls it, but it stays part of the analyser's helpers.
+TEST(Convolution, IsTheFullLinearConvolution) {
+    const QK4_CFhrAlgorithm analyser;
+    EXPECT_EQ(analyser.conv({1, 2, 3}, {0, 1, 0.5}), (Doubles{0, 1, 2.5, 4, 1.5}));
+}
+
 TEST(UcDetect, PeaksNearTheEdgesGetNoStartOrTheLastSampleAsEnd) {
     // A contraction already under way at the first sample, one in the middle
     // and one still high at the last sample, over a resting tone of 5.  The
