@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdlib>
@@ -22,10 +23,8 @@ using Ints = std::vector<int>;
 // rate makes that stretch negative.
 TEST(StageRobustness, EventDetectorsStayInsideTheTraceAtNonPositiveRates) {
     Ints rise(40, 140), dip(40, 140);
-    for (int t = 10; t < 30; ++t) {
-        rise[t] = 175;
-        dip[t] = 105;
-    }
+    std::fill_n(rise.begin() + 10, 20, 175);
+    std::fill_n(dip.begin() + 10, 20, 105);
     const std::vector<double> base(40, 140.0);
     for (int rate : {0, -1, -4, INT_MIN}) {
         SCOPED_TRACE(rate);
