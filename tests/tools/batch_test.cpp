@@ -19,12 +19,8 @@ using tooltest::readFile;
 
 namespace {
 
-BatchOptions resumeOf(const std::string& output) {
-    BatchOptions batch;
-    batch.directory = "folder";
-    batch.output = output;
-    batch.resume = true;
-    return batch;
+BatchOptions resumeOf(const std::string& output, const std::string& folder = "folder") {
+    return {folder, output, 1, true, {}};
 }
 
 std::size_t completeLines(const std::string& path) {
@@ -71,7 +67,5 @@ TEST(Batch, KilledRunResumedGivesTheFileOfOneUninterruptedRun) {
     tooltest::writeFile("other.jsonl", "not a batch line\n");
     EXPECT_THROW(runBatch(resumeOf("other.jsonl")), InputError);
     EXPECT_THROW(runBatch(resumeOf("no-such-folder/out.jsonl")), InputError);
-    BatchOptions missing = resumeOf("out.jsonl");
-    missing.directory = "no-such-folder";
-    EXPECT_THROW(runBatch(missing), InputError);
+    EXPECT_THROW(runBatch(resumeOf("out.jsonl", "no-such-folder")), InputError);
 }

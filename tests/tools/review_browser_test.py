@@ -158,12 +158,8 @@ def test_index_sorts_by_a_clicked_column_and_a_page_without_events_loads(browser
     heading = browser.find_element("xpath", "//th[text()='Minutes']")
     column = "return [...document.querySelectorAll('#recordings tbody tr')]" \
              ".map(row => row.cells[%d].dataset.sort)" % int(heading.get_attribute("cellIndex"))
-    heading.click()
-    ascending = browser.execute_script(column)
-    heading.click()
-    descending = browser.execute_script(column)
-    assert ascending == ["5.0", "40.0", "480.0", ""]  # the unreadable file last either way
-    assert descending == ["480.0", "40.0", "5.0", ""]
+    assert [heading.click() or browser.execute_script(column) for _ in range(2)] == [
+        ["5.0", "40.0", "480.0", ""], ["480.0", "40.0", "5.0", ""]]  # unreadable last twice
 
 
 def test_eight_hour_page_load_time_is_reported(browser, pages):
