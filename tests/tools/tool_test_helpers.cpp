@@ -83,9 +83,8 @@ ToolRun runTool(const std::vector<std::string>& arguments) {
 int countOf(const std::string& text, const std::string& needle) {
     int count = 0;
     for (std::size_t at = text.find(needle); at != std::string::npos;
-         at = text.find(needle, at + needle.size())) {
+         at = text.find(needle, at + needle.size()))
         ++count;
-    }
     return count;
 }
 
