@@ -34,11 +34,11 @@ std::size_t completeLines(const std::string& path) {
 // still at it when the lines of a.csv and b.csv have appeared.
 TEST(Batch, KilledRunResumedGivesTheFileOfOneUninterruptedRun) {
     std::filesystem::create_directories("folder/sub.csv");  // a folder is no recording
-    tooltest::writeSimulatedCsv("folder/a.csv", 20, 1);
+    tooltest::runTool({"simulate", "--minutes", "20", "--seed", "1", "--out", "folder/a.csv"});
     tooltest::writeFile("folder/b.csv", "fhr,uc,fm\n140\n");
-    tooltest::writeSimulatedCsv("folder/c.csv", 480, 3);
+    tooltest::runTool({"simulate", "--minutes", "480", "--seed", "3", "--out", "folder/c.csv"});
     tooltest::writeFile("folder/d.fhr", tooltest::fhrmaBytes(0, {{560, 560, 20}}).substr(0, 7));
-    tooltest::writeSimulatedCsv("folder/e.csv", 20, 5);
+    tooltest::runTool({"simulate", "--minutes", "20", "--seed", "5", "--out", "folder/e.csv"});
     tooltest::writeFile("folder/notes.txt", "not a recording\n");
     ASSERT_EQ(tooltest::runTool({"batch", "folder", "--out", "whole.jsonl"}).exitCode, 0);
 

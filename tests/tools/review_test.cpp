@@ -125,9 +125,9 @@ TEST(ReviewPage, PageNamesAreSafeAndDistinct) {
 
 TEST(ReviewPage, ReportWritesPagesAndAnIndexWithFailures) {
     std::filesystem::create_directories("other");
-    tooltest::writeSimulatedCsv("a.csv", 12, 1);
-    tooltest::writeSimulatedCsv("b.csv", 12, 2);
-    tooltest::writeSimulatedCsv("other/a.csv", 3, 3);
+    tooltest::runTool({"simulate", "--minutes", "12", "--seed", "1", "--out", "a.csv"});
+    tooltest::runTool({"simulate", "--minutes", "12", "--seed", "2", "--out", "b.csv"});
+    tooltest::runTool({"simulate", "--minutes", "3", "--seed", "3", "--out", "other/a.csv"});
     tooltest::writeFile("broken.csv", "fhr,uc\n140\n");
 
     const tooltest::ToolRun run = tooltest::runTool(
