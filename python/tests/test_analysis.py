@@ -101,13 +101,7 @@ def test_values_derived_from_the_words():
         (start / 4, end / 4) for start, end in krebs.decelerations) != ()
 
 
-def test_log_echo_still_reaches_standard_output(capfd):
-    ctgscore.analyze(FHR, UC, FM)
-    out = capfd.readouterr().out
-    assert "]  Type : Krebs\n" in out and "]  Score finished\n" in out
-
-
-def test_log_directory_places_the_log_and_restores_the_directory(tmp_path):
+def test_log_directory_places_the_log_which_still_reaches_standard_output(tmp_path, capfd):
     target = tmp_path / "logs"
     target.mkdir()
     with pytest.raises(ctgscore.AnalysisError):
@@ -119,6 +113,8 @@ def test_log_directory_places_the_log_and_restores_the_directory(tmp_path):
     logs = list(target.glob("FhrScore_*.log"))
     assert len(logs) == 1 and "Error : The minimum length" in logs[0].read_text()
     assert not list(tmp_path.glob("FhrScore_*.log"))
+    out = capfd.readouterr().out
+    assert "]  Type : Krebs\n" in out and "]  Score finished\n" in out
 
 
 def unaffected_by_earlier_calls(results):

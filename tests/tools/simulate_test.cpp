@@ -1,21 +1,14 @@
-// The synthetic recordings: determinism, and plausible traces at every rate.
+// The synthetic recordings: plausible traces at every rate (the expected outputs of
+// the tool tests pin the example recordings themselves).
 #include "simulate.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <sstream>
 
 using namespace ctgtool;
 
-TEST(Simulate, SameOptionsSameBytesAndPlausibleTracesAtEveryRate) {
-    const auto csv = [](const SimulationOptions& options) {
-        std::ostringstream out;
-        writeRecordingCsv(out, simulate(options).recording);
-        return out.str();
-    };
-    EXPECT_EQ(csv({20, 4, 7}), csv({20, 4, 7}));
-    EXPECT_NE(csv({20, 4, 7}), csv({20, 4, 8}));
+TEST(Simulate, PlausibleTracesAtEveryRateAndBadOptionsRefused) {
     EXPECT_THROW(simulate({0, 4, 1}), std::invalid_argument);
     EXPECT_THROW(simulate({10, 0, 1}), std::invalid_argument);
 
