@@ -34,10 +34,8 @@ def with_value(trace, index, value):
     (dict(fhr=numpy.where(numpy.arange(len(FHR)) == 5, 2**40, FHR)), ValueError,
      "fhr[5] = 1099511627776"),
     (dict(fhr=140), TypeError, "sequence of integers"),
-    (dict(fhr="140,141"), TypeError, "sequence of integers"),
     (dict(rate=0), ValueError, "rate"),
     (dict(rate=4.0), TypeError, "rate"),
-    (dict(rate=True), TypeError, "rate"),
     (dict(method="Krebs"), ValueError, "method"),
     (dict(params={"acc_min_duration": 15}), TypeError, "Parameters"),
 ])
@@ -103,13 +101,7 @@ def test_values_derived_from_the_words():
         (start / 4, end / 4) for start, end in krebs.decelerations) != ()
 
 
-def test_log_echo_still_reaches_standard_output(capfd):
-    ctgscore.analyze(FHR, UC, FM)
-    out = capfd.readouterr().out
-    assert "]  Type : Krebs\n" in out and "]  Score finished\n" in out
-
-
-def test_log_directory_places_the_log_and_restores_the_directory(tmp_path):
+def test_log_directory_places_the_log_which_still_reaches_standard_output(tmp_path, capfd):
     target = tmp_path / "logs"
     target.mkdir()
     with pytest.raises(ctgscore.AnalysisError):
@@ -121,6 +113,8 @@ def test_log_directory_places_the_log_and_restores_the_directory(tmp_path):
     logs = list(target.glob("FhrScore_*.log"))
     assert len(logs) == 1 and "Error : The minimum length" in logs[0].read_text()
     assert not list(tmp_path.glob("FhrScore_*.log"))
+    out = capfd.readouterr().out
+    assert "]  Type : Krebs\n" in out and "]  Score finished\n" in out
 
 
 def unaffected_by_earlier_calls(results):

@@ -25,19 +25,17 @@ int main(int argc, char** argv) {
     for (int i = 3; i < argc; ++i) {
         nlohmann::ordered_json line = {{"file", argv[i]}};
         try {
-            const Recording recording = readRecording(argv[i], options);
-            line["ok"] = true;
-            line["name"] = recording.name;
-            line["rate"] = recording.rate;
-            line["fhr"] = recording.fhr;
-            line["uc"] = recording.uc;
-            line["fm"] = movementWordsPerSecond(recording);
-            line["start"] = recording.startTime ? nlohmann::ordered_json(*recording.startTime)
-                                                : nlohmann::ordered_json(nullptr);
-            line["signal_loss"] = signalLossFraction(recording);
+            const Recording r = readRecording(argv[i], options);
+            line.update({{"ok", true},
+                         {"name", r.name},
+                         {"rate", r.rate},
+                         {"fhr", r.fhr},
+                         {"uc", r.uc},
+                         {"fm", movementWordsPerSecond(r)},
+                         {"start", r.startTime ? nlohmann::ordered_json(*r.startTime) : nullptr},
+                         {"signal_loss", signalLossFraction(r)}});
         } catch (const InputError& error) {
-            line["ok"] = false;
-            line["error"] = error.what();
+            line.update({{"ok", false}, {"error", error.what()}});
         }
         std::cout << dumpJson(line, -1) << '\n';
     }

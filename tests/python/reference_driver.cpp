@@ -11,13 +11,13 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "../support/exported_methods.h"
+#include "exported_methods.h"
+#include "test_support.h"
 
 namespace {
 
@@ -31,28 +31,20 @@ std::vector<int> splitInts(const std::string& text) {
 }
 
 void writeList(std::FILE* out, const char* label, const QK4_FhrList& list) {
-    std::fprintf(out, "%s", label);
+    std::fprintf(out, "\n%s", label);
     for (int i = 0; i < list.count; ++i) std::fprintf(out, " %d", list.data[i]);
-    std::fprintf(out, "\n");
 }
 
 // Runs one method on one CSV; a failed run is written with its words only, as
 // the Python side has no events or curve for it.
 void runMethod(std::FILE* out, const std::string& path, const std::string& methodName,
                const ExportedMethod& method, int rate) {
-    std::vector<int> fhr, uc, fm;
-    std::ifstream file(path);
-    std::string line;
-    std::getline(file, line);  // header fhr,uc,fm
-    while (std::getline(file, line)) {
-        const std::vector<int> row = splitInts(line);
-        fhr.push_back(row.at(0));
-        uc.push_back(row.at(1));
-        if ((fhr.size() - 1) % rate == 0) fm.push_back(row.at(2));
-    }
-    fm.resize(fhr.size() / rate);
-    const int* words =
-        method.run(fhr.data(), uc.data(), fm.data(), static_cast<int>(fhr.size()), rate);
+    const Recording recording = readCsv(path);
+    std::vector<int> fm(recording.fhr.size() / rate);
+    for (std::size_t second = 0; second < fm.size(); ++second)
+        fm[second] = recording.fm[rate * second];
+    const int* words = method.run(recording.fhr.data(), recording.uc.data(), fm.data(),
+                                  static_cast<int>(recording.fhr.size()), rate);
     std::fprintf(out, "run %s %s\nwords", path.substr(path.find_last_of('/') + 1).c_str(),
                  methodName.c_str());
     for (int i = 0; i < CTGSCORE_RESULT_WORDS; ++i) std::fprintf(out, " %d", words[i]);
@@ -61,13 +53,12 @@ void runMethod(std::FILE* out, const std::string& path, const std::string& metho
         return;
     }
     const QK4_FhrLocation& location = *method.location();
-    std::fprintf(out, "\n");
     writeList(out, "acceleration_starts", location.accelerationStarts);
     writeList(out, "acceleration_ends", location.accelerationEnds);
     writeList(out, "deceleration_starts", location.decelerationStarts);
     writeList(out, "deceleration_ends", location.decelerationEnds);
     const QK4_FhrBaseline& baseline = *method.baseline();
-    std::fprintf(out, "baseline");
+    std::fprintf(out, "\nbaseline");
     for (int i = 0; i < baseline.count; ++i) {
         std::uint64_t bits;
         std::memcpy(&bits, &baseline.data[i], sizeof bits);
@@ -79,10 +70,7 @@ void runMethod(std::FILE* out, const std::string& path, const std::string& metho
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 6) {
-        std::fprintf(stderr, "usage: %s OUTPUT RATE METHODS PARAMETERS CSV...\n", argv[0]);
-        return 2;
-    }
+    if (argc < 6) return 2;  // see the usage above
     const std::map<std::string, const ExportedMethod*> methods = {
         {"krebs", &kKrebs}, {"fischer", &kFischer}, {"acog", &kAcog}, {"uc", &kUc}};
     const int rate = std::stoi(argv[2]);

@@ -19,12 +19,8 @@ using tooltest::readFile;
 
 namespace {
 
-BatchOptions resumeOf(const std::string& output) {
-    BatchOptions batch;
-    batch.directory = "folder";
-    batch.output = output;
-    batch.resume = true;
-    return batch;
+BatchOptions resumeOf(const std::string& output, const std::string& folder = "folder") {
+    return {folder, output, 1, true, {}};
 }
 
 std::size_t completeLines(const std::string& path) {
@@ -38,11 +34,11 @@ std::size_t completeLines(const std::string& path) {
 // still at it when the lines of a.csv and b.csv have appeared.
 TEST(Batch, KilledRunResumedGivesTheFileOfOneUninterruptedRun) {
     std::filesystem::create_directories("folder/sub.csv");  // a folder is no recording
-    tooltest::writeSimulatedCsv("folder/a.csv", 20, 1);
+    tooltest::runTool({"simulate", "--minutes", "20", "--seed", "1", "--out", "folder/a.csv"});
     tooltest::writeFile("folder/b.csv", "fhr,uc,fm\n140\n");
-    tooltest::writeSimulatedCsv("folder/c.csv", 480, 3);
+    tooltest::runTool({"simulate", "--minutes", "480", "--seed", "3", "--out", "folder/c.csv"});
     tooltest::writeFile("folder/d.fhr", tooltest::fhrmaBytes(0, {{560, 560, 20}}).substr(0, 7));
-    tooltest::writeSimulatedCsv("folder/e.csv", 20, 5);
+    tooltest::runTool({"simulate", "--minutes", "20", "--seed", "5", "--out", "folder/e.csv"});
     tooltest::writeFile("folder/notes.txt", "not a recording\n");
     ASSERT_EQ(tooltest::runTool({"batch", "folder", "--out", "whole.jsonl"}).exitCode, 0);
 
@@ -71,7 +67,5 @@ TEST(Batch, KilledRunResumedGivesTheFileOfOneUninterruptedRun) {
     tooltest::writeFile("other.jsonl", "not a batch line\n");
     EXPECT_THROW(runBatch(resumeOf("other.jsonl")), InputError);
     EXPECT_THROW(runBatch(resumeOf("no-such-folder/out.jsonl")), InputError);
-    BatchOptions missing = resumeOf("out.jsonl");
-    missing.directory = "no-such-folder";
-    EXPECT_THROW(runBatch(missing), InputError);
+    EXPECT_THROW(runBatch(resumeOf("out.jsonl", "no-such-folder")), InputError);
 }

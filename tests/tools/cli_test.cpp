@@ -24,13 +24,6 @@ void expectFile(const std::string& actual, const std::string& name) {
     EXPECT_EQ(actual, readFile(path)) << name << " differs";
 }
 
-bool hasLogFile(const std::string& folder) {
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (entry.path().filename().string().rfind("FhrScore_", 0) == 0) return true;
-    }
-    return false;
-}
-
 json analyzeJson(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "analyze");
     arguments.insert(arguments.end(), {"--format", "json"});
@@ -107,8 +100,8 @@ TEST(Cli, FhrFileChannelStartTimeLogFolderAndVerboseLog) {
     const tooltest::ToolRun run = runTool({"--log-dir", "logs", "-v", "analyze", "second.fhr",
                                            "--method", "krebs", "--fhr-channel", "max"});
     EXPECT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_TRUE(hasLogFile("logs"));
-    EXPECT_FALSE(hasLogFile("."));
+    EXPECT_TRUE(std::filesystem::exists("logs/" + testing_support::todaysLogName()));
+    EXPECT_FALSE(std::filesystem::exists(testing_support::todaysLogName()));
     EXPECT_EQ(run.out.find('['), std::string::npos) << "library log echoed to stdout";
     EXPECT_NE(run.err.find("Type : Krebs"), std::string::npos) << run.err;
     EXPECT_NE(run.out.find("5.0 min, 1200 samples at 4 Hz, signal loss 0.0 %, started "

@@ -64,9 +64,8 @@ TEST(ReviewPage, DrawsEachEventOnceAndTracesThatGiveBackTheSamples) {
     const std::vector<MethodResult> results = analyze(recording, {});
     const std::string html = page(recording, results);
     int events = 0;
-    for (const MethodResult& result : results) {
+    for (const MethodResult& result : results)
         events += static_cast<int>(result.accelerations.size() + result.decelerations.size());
-    }
     ASSERT_GT(events, 0);
     EXPECT_EQ(countOf(html, "<tr class=\"acceleration") + countOf(html, "<tr class=\"deceleration"),
               events);
@@ -126,9 +125,9 @@ TEST(ReviewPage, PageNamesAreSafeAndDistinct) {
 
 TEST(ReviewPage, ReportWritesPagesAndAnIndexWithFailures) {
     std::filesystem::create_directories("other");
-    tooltest::writeSimulatedCsv("a.csv", 12, 1);
-    tooltest::writeSimulatedCsv("b.csv", 12, 2);
-    tooltest::writeSimulatedCsv("other/a.csv", 3, 3);
+    tooltest::runTool({"simulate", "--minutes", "12", "--seed", "1", "--out", "a.csv"});
+    tooltest::runTool({"simulate", "--minutes", "12", "--seed", "2", "--out", "b.csv"});
+    tooltest::runTool({"simulate", "--minutes", "3", "--seed", "3", "--out", "other/a.csv"});
     tooltest::writeFile("broken.csv", "fhr,uc\n140\n");
 
     const tooltest::ToolRun run = tooltest::runTool(
@@ -147,9 +146,8 @@ TEST(ReviewPage, ReportWritesPagesAndAnIndexWithFailures) {
                    "data-sort=\"145\">145 bpm</td><td data-sort=\"1\">1 / 2</td><td data-sort="
                    "\"\"></td></tr>"),
         std::string::npos);
-    for (const char* link : {"href=\"b.html\"", "href=\"a-2.html\""}) {
+    for (const char* link : {"href=\"b.html\"", "href=\"a-2.html\""})
         EXPECT_EQ(countOf(index, link), 1) << link;
-    }
     EXPECT_EQ(countOf(index, "href="), 3);
     // other/a.csv is too short for the Fischer method: no score to sort by, and the reason.
     EXPECT_NE(index.find("<td data-sort=\"\" title=\"The minimum length is 5 minutes\">not scored"),

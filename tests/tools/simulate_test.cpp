@@ -1,27 +1,19 @@
-// The synthetic recordings: determinism, and plausible traces at every rate.
+// The synthetic recordings: plausible traces at every rate (the expected outputs of
+// the tool tests pin the example recordings themselves).
 #include "simulate.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <sstream>
 
 using namespace ctgtool;
 
-TEST(Simulate, SameOptionsSameBytesAndPlausibleTracesAtEveryRate) {
-    const auto csv = [](const SimulationOptions& options) {
-        std::ostringstream out;
-        writeRecordingCsv(out, simulate(options).recording);
-        return out.str();
-    };
-    EXPECT_EQ(csv({20, 4, 7}), csv({20, 4, 7}));
-    EXPECT_NE(csv({20, 4, 7}), csv({20, 4, 8}));
+TEST(Simulate, PlausibleTracesAtEveryRateAndBadOptionsRefused) {
     EXPECT_THROW(simulate({0, 4, 1}), std::invalid_argument);
     EXPECT_THROW(simulate({10, 0, 1}), std::invalid_argument);
 
     for (const int rate : {1, 2, 4}) {
-        const Simulation simulation = simulate({40, rate, 1});
-        const Recording& recording = simulation.recording;
+        const Recording recording = simulate({40, rate, 1}).recording;
         ASSERT_EQ(recording.samples(), 40 * 60 * rate);
         ASSERT_TRUE(recording.uc.size() == recording.fhr.size() &&
                     recording.fm.size() == recording.fhr.size());
@@ -30,14 +22,6 @@ TEST(Simulate, SameOptionsSameBytesAndPlausibleTracesAtEveryRate) {
                         (recording.fhr[i] >= 50 && recording.fhr[i] <= 230));
             ASSERT_TRUE(recording.uc[i] >= 0 && recording.uc[i] <= 100);
             ASSERT_TRUE(recording.fm[i] == 0 || recording.fm[i] == 4);
-        }
-        for (const SimulatedEvent& event : simulation.events) {  // the plan is in the traces
-            if (event.kind == SimulatedKind::SignalLoss) {
-                EXPECT_EQ(recording.fhr[static_cast<int>((event.start + event.end) / 2 * rate)], 0);
-            }
-            if (event.kind == SimulatedKind::Movement) {
-                EXPECT_NE(recording.fm[static_cast<int>(event.start * rate)], 0);
-            }
         }
         const auto lost = std::count(recording.fhr.begin(), recording.fhr.end(), 0);
         EXPECT_TRUE(lost > 0 && lost < recording.samples() / 10) << rate;

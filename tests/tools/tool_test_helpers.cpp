@@ -8,7 +8,6 @@
 #include <fstream>
 #include <sstream>
 
-#include "simulate.h"
 
 namespace tooltest {
 
@@ -21,13 +20,6 @@ std::string readFile(const std::string& path) {
     std::ostringstream bytes;
     bytes << in.rdbuf();
     return bytes.str();
-}
-
-ctgtool::Recording writeSimulatedCsv(const std::string& path, int minutes, std::uint64_t seed) {
-    ctgtool::Recording recording = ctgtool::simulate({minutes, 4, seed}).recording;
-    std::ofstream out(path);
-    ctgtool::writeRecordingCsv(out, recording);
-    return recording;
 }
 
 static void appendLittleEndian(std::string& bytes, std::uint32_t value, int size) {
@@ -83,9 +75,8 @@ ToolRun runTool(const std::vector<std::string>& arguments) {
 int countOf(const std::string& text, const std::string& needle) {
     int count = 0;
     for (std::size_t at = text.find(needle); at != std::string::npos;
-         at = text.find(needle, at + needle.size())) {
+         at = text.find(needle, at + needle.size()))
         ++count;
-    }
     return count;
 }
 

@@ -8,15 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "recording.h"
-
 namespace tooltest {
 
 void writeFile(const std::string& path, const std::string& bytes);
 std::string readFile(const std::string& path);
-
-// A simulated recording (4 Hz) written as CSV; returns the recording.
-ctgtool::Recording writeSimulatedCsv(const std::string& path, int minutes, std::uint64_t seed);
 
 // FHRMA bytes: the start time, then per sample both heart-rate channels in
 // quarter beats and toco in half units.
