@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "algorithm.h"
@@ -209,6 +211,22 @@ TEST(WeightedModeBaseline, StagesAndBothFormsMatchTheRenderingOnRandomTraces) {
         expectSameBits(analyser.fhr_baseline(trace, c.seconds),
                        renderBaseline(trace, c.seconds, c.rate, kHeartRate), what + ", changed");
     }
+}
+
+// The level chosen is the best the kernel's own CPU report allows: a lower one
+// would run slower and leave the higher level's kernels untested.
+TEST(Dispatch, DetectsTheBestLevelTheCpuReports) {
+    std::ifstream cpuinfo("/proc/cpuinfo");
+    std::string line;
+    while (std::getline(cpuinfo, line) && line.rfind("flags", 0) != 0) {
+    }
+    if (line.empty()) GTEST_SKIP() << "no CPU flags in /proc/cpuinfo";
+    line += ' ';
+    const DispatchLevel expected =
+        line.find(" avx512f ") != std::string::npos ? DispatchLevel::Avx512
+        : line.find(" avx2 ") != std::string::npos  ? DispatchLevel::Avx2
+                                                    : DispatchLevel::Baseline;
+    EXPECT_STREQ(dispatch::name(dispatch::detected()), dispatch::name(expected));
 }
 
 // Two values far apart, placed along the trace by the Thue-Morse sequence, so
