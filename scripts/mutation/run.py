@@ -15,7 +15,7 @@ To keep a pass proportionate, the suite runs without the test
 WeightedModeBaseline.FastFormMatchesTheWrittenFormOnResearchRecordings
 (over two minutes; faster tests check the same exactness) and with
 CTGSCORE_RECORDINGS_LIMIT=30 (research recordings of up to 30 minutes).
-A full pass of the 70 faults takes about 100 minutes on a 2-core machine.
+A full pass of the 70 faults takes about 25 minutes on a quiet 2-core machine.
 
 Run with Debian's Python:  /usr/bin/python3 scripts/mutation/run.py [FAULT-ID...]
 """
@@ -287,7 +287,7 @@ def parse_arguments():
     parser = argparse.ArgumentParser(
         description=__doc__.split("\n\n")[0],
         epilog="The suite runs without " + SLOW_TEST + " and with "
-               "CTGSCORE_RECORDINGS_LIMIT=30. A full pass takes about 100 minutes on 2 cores.")
+               "CTGSCORE_RECORDINGS_LIMIT=30. A full pass takes about 25 minutes on 2 quiet cores.")
     parser.add_argument("ids", nargs="*", metavar="FAULT-ID", help="faults to plant (default all)")
     parser.add_argument("--build-dir", type=pathlib.Path, default=SOURCE / "build-mutation",
                         help="build directory (configured when new; default build-mutation)")
