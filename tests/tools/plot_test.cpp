@@ -48,7 +48,7 @@ std::string xmlProblem(const std::string& text) {
 }  // namespace
 
 TEST(Plot, PanelsTracesBandsScoreBoxAndWindow) {
-    const Recording recording = simulate({40, 4, 1}).recording;
+    const Recording recording = simulate({40, 4, 1});
     const std::vector<MethodResult> results = analyze(recording, AnalysisOptions{});
     const std::string svg = plot(recording, results);
     EXPECT_EQ(xmlProblem(svg), "");
@@ -80,7 +80,7 @@ TEST(Plot, PanelsTracesBandsScoreBoxAndWindow) {
     EXPECT_EQ(countOf(trace, "L") + countOf(trace, "M") + lost, 5 * 240 + 1);
     EXPECT_THROW(plot(recording, results, {50.0, 60.0}), std::invalid_argument);
     EXPECT_THROW(plot(recording, results, {20.0, 10.0}), std::invalid_argument);
-    const Recording twoMinutes = simulate({2, 4, 9}).recording;
+    const Recording twoMinutes = simulate({2, 4, 9});
     EXPECT_NE(plot(twoMinutes, analyze(twoMinutes, AnalysisOptions{}))
                   .find("not scored: The minimum length is 5 minutes"),
               std::string::npos);

@@ -60,7 +60,7 @@ std::vector<double> sampleValues(const std::string& data, int samples) {
 }  // namespace
 
 TEST(ReviewPage, DrawsEachEventOnceAndTracesThatGiveBackTheSamples) {
-    const Recording recording = simulate({40, 4, 1}).recording;
+    const Recording recording = simulate({40, 4, 1});
     const std::vector<MethodResult> results = analyze(recording, {});
     const std::string html = page(recording, results);
     int events = 0;

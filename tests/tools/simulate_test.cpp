@@ -13,7 +13,7 @@ TEST(Simulate, PlausibleTracesAtEveryRateAndBadOptionsRefused) {
     EXPECT_THROW(simulate({10, 0, 1}), std::invalid_argument);
 
     for (const int rate : {1, 2, 4}) {
-        const Recording recording = simulate({40, rate, 1}).recording;
+        const Recording recording = simulate({40, rate, 1});
         ASSERT_EQ(recording.samples(), 40 * 60 * rate);
         ASSERT_TRUE(recording.uc.size() == recording.fhr.size() &&
                     recording.fm.size() == recording.fhr.size());

@@ -151,18 +151,18 @@ int runReportCommand(const ReportArguments& arguments, const GlobalArguments& gl
 }
 
 int runSimulateCommand(const SimulateArguments& arguments) {
-    Simulation simulation;
+    Recording recording;
     try {
-        simulation = simulate({arguments.minutes, arguments.rate, arguments.seed});
+        recording = simulate({arguments.minutes, arguments.rate, arguments.seed});
     } catch (const std::invalid_argument& error) {
         return usageError(error);
     }
     if (arguments.output.empty()) {
-        writeRecordingCsv(std::cout, simulation.recording);
+        writeRecordingCsv(std::cout, recording);
         return std::cout ? kExitOk : kExitInputError;
     }
     std::ofstream out(arguments.output);
-    writeRecordingCsv(out, simulation.recording);
+    writeRecordingCsv(out, recording);
     out.close();
     if (!out) return inputError(InputError(arguments.output, "cannot write"));
     return kExitOk;

@@ -4,10 +4,29 @@
 #include <cmath>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace ctgtool {
 
 namespace {
+
+enum class SimulatedKind {
+    Contraction,
+    Acceleration,
+    EarlyDeceleration,
+    LateDeceleration,
+    Movement,
+    SignalLoss
+};
+
+// An event placed by the generator; times in seconds from the start.
+struct SimulatedEvent {
+    SimulatedKind kind;
+    double start;
+    double peak;
+    double end;
+    double size;  // bpm above/below the baseline, or toco units above the tone
+};
 
 // splitmix64: small, fast and fully specified, so the sequence never depends on
 // the standard library.
@@ -201,7 +220,7 @@ int clampRound(double value, int low, int high) { return std::clamp(roundToInt(v
 
 }  // namespace
 
-Simulation simulate(const SimulationOptions& options) {
+Recording simulate(const SimulationOptions& options) {
     if (options.minutes < 1) throw std::invalid_argument("minutes must be at least 1");
     if (options.rate < 1) throw std::invalid_argument("rate must be at least 1");
     const int rate = options.rate;
@@ -209,18 +228,17 @@ Simulation simulate(const SimulationOptions& options) {
     Random planner(options.seed);
     Random noise(options.seed ^ 0x5DEECE66DULL);
 
-    Simulation simulation;
-    simulation.events = planEvents(planner, options.minutes * 60.0);
+    const std::vector<SimulatedEvent> events = planEvents(planner, options.minutes * 60.0);
     const double baseline = planner.uniform(125.0, 150.0);
     const double tone = planner.uniform(8.0, 16.0);
 
     std::vector<double> fhr(samples, 0.0), toco(samples, 0.0);
     std::vector<int> fm(samples, 0);
     std::vector<bool> lost(samples, false);
-    drawEvents(simulation.events, rate, fhr, toco, fm, lost);
+    drawEvents(events, rate, fhr, toco, fm, lost);
 
     SlowNoise wander(300.0, 2.5, rate), variability(5.0, 4.0, rate), tocoWander(120.0, 2.0, rate);
-    Recording& recording = simulation.recording;
+    Recording recording;
     recording.name = "simulated-seed" + std::to_string(options.seed);
     recording.rate = rate;
     recording.fm = fm;
@@ -231,7 +249,7 @@ Simulation simulate(const SimulationOptions& options) {
         recording.fhr.push_back(lost[i] ? 0 : clampRound(heartRate, 50, 230));
         recording.uc.push_back(clampRound(contraction, 0, 100));
     }
-    return simulation;
+    return recording;
 }
 
 void writeRecordingCsv(std::ostream& out, const Recording& recording) {

@@ -9,7 +9,6 @@
 
 #include <cstdint>
 #include <ostream>
-#include <vector>
 
 #include "recording.h"
 
@@ -21,31 +20,8 @@ struct SimulationOptions {
     std::uint64_t seed = 1;
 };
 
-enum class SimulatedKind {
-    Contraction,
-    Acceleration,
-    EarlyDeceleration,
-    LateDeceleration,
-    Movement,
-    SignalLoss
-};
-
-// An event placed by the generator; times in seconds from the start.
-struct SimulatedEvent {
-    SimulatedKind kind;
-    double start;
-    double peak;
-    double end;
-    double size;  // bpm above/below the baseline, or toco units above the tone
-};
-
-struct Simulation {
-    Recording recording;
-    std::vector<SimulatedEvent> events;  // sorted by start time
-};
-
 // Throws std::invalid_argument for minutes or rate below 1.
-Simulation simulate(const SimulationOptions& options);
+Recording simulate(const SimulationOptions& options);
 
 // The recording as CSV with the header fhr,uc,fm, one line per sample.
 void writeRecordingCsv(std::ostream& out, const Recording& recording);
