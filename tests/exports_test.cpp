@@ -511,8 +511,7 @@ TEST_F(Exports, RunLogGoesToTheDailyFileAndStandardOutputAndItsFaultsChangeNoRun
         ASSERT_EQ(chdir(dir.c_str()), 0);
         // Today's and tomorrow's log, so a run across midnight meets the same fault.
         for (const std::time_t day : {start, start + 24 * 3600}) {
-            const std::string date = stampAt(day).substr(1),
-                              name = "FhrScore_" + date.substr(0, date.find(' ')) + ".log";
+            const std::string name = logNameOn(day);
             // A directory in the file's place stops opening, for root as well as any
             // other user; on a full device every write fails.
             fullDevice ? fs::create_symlink("/dev/full", name) : void(fs::create_directory(name));

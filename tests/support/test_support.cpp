@@ -53,13 +53,14 @@ std::vector<Recording> researchRecordings(const std::string& subdir) {
     return recordings;
 }
 
-std::string todaysLogName() {
-    const std::time_t now = std::time(nullptr);
+std::string logNameOn(std::time_t day) {
     std::tm local{};
-    localtime_r(&now, &local);
+    localtime_r(&day, &local);
     return "FhrScore_" + std::to_string(local.tm_year + 1900) + "_" +
            std::to_string(local.tm_mon + 1) + "_" + std::to_string(local.tm_mday) + ".log";
 }
+
+std::string todaysLogName() { return logNameOn(std::time(nullptr)); }
 
 std::vector<std::string> logMessages() {
     std::vector<std::string> messages;

@@ -1,6 +1,7 @@
 // Shared helpers of the test programs.
 #pragma once
 
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -23,7 +24,8 @@ std::vector<Recording> researchRecordings(const std::string& subdir = "train");
 // The message part (after the "[stamp]  " prefix) of each line of the log file
 // written in the working directory today.
 std::vector<std::string> logMessages();
-// Name of the log file the library writes today.
+// Name of the log file the library writes on the day of `day`, and today.
+std::string logNameOn(std::time_t day);
 std::string todaysLogName();
 // Removes today's log file.
 void clearLog();

@@ -32,9 +32,10 @@ std::string xmlProblem(const std::string& text) {
     std::vector<std::string> open;
     for (std::size_t at = text.find('<'); at != std::string::npos; at = text.find('<', at)) {
         const std::size_t end = text.find('>', at);
+        if (end == std::string::npos) return "unterminated tag";
         const std::string tag = text.substr(at + 1, end - at - 1);
-        if (end == std::string::npos || countOf(tag, "\"") % 2 != 0) return "<" + tag;
         at = end;
+        if (tag.empty() || countOf(tag, "\"") % 2 != 0) return "<" + tag + ">";
         if (tag[0] == '/') {
             if (open.empty() || open.back() != tag.substr(1)) return "stray <" + tag + ">";
             open.pop_back();

@@ -8,7 +8,6 @@
 #include <fstream>
 #include <sstream>
 
-
 namespace tooltest {
 
 void writeFile(const std::string& path, const std::string& bytes) {
@@ -30,8 +29,10 @@ std::string fhrmaBytes(std::uint32_t startTime, const std::vector<FhrmaSample>& 
     std::string bytes;
     appendLittleEndian(bytes, startTime, 4);
     for (const FhrmaSample& sample : samples) {
-        appendLittleEndian(bytes, sample.fhr1 | sample.fhr2 << 16, 4);
-        appendLittleEndian(bytes, sample.toco, 2);  // and the status byte, 0
+        appendLittleEndian(bytes, sample.fhr1, 2);
+        appendLittleEndian(bytes, sample.fhr2, 2);
+        appendLittleEndian(bytes, sample.toco, 1);
+        appendLittleEndian(bytes, 0, 1);  // status byte
     }
     return bytes;
 }
