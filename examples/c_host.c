@@ -37,7 +37,7 @@ static int toco(int second) {
     return 60 - 45 * abs(into_contraction - 30) / 30;
 }
 
-/* One movement mark every 5 minutes. */
+/* Fills the traces, with a movement mark every 5 minutes. */
 static void make_recording(void) {
     for (int i = 0; i < SAMPLES; ++i) {
         fhr[i] = heart_rate(i / RATE);
