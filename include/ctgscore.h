@@ -155,10 +155,11 @@ typedef struct QK4_FhrResult {
     int strongContractionFlag; /**< 23: Fischer: 1 when strong contractions were found */
     /**
      * 24..28: ACOG late or low decelerations (type 2).  [0] none of type 2;
-     * [1] recurrent with variability: more than two and 0 < A <= 25; [2] any
-     * deceleration: X >= 1; [3] set from word 49, which the method always
-     * sets to 0, so never; [4] recurrent without variability: more than two
-     * and A < 0.1, never reached in practice, since rule [2] holds first.
+     * [1] recurrent with variability: more than two and 0 < A <= 25;
+     * [2] type 2 present otherwise: the rule is X >= 1, which holds whenever
+     * there are any; [3] set from word 49, which the method always sets to 0,
+     * so never; [4] recurrent without variability: more than two and
+     * A < 0.1, never reached in practice, since rule [2] holds first.
      */
     int acogDecFlagsB[5];
     /**
