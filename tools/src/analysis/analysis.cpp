@@ -1,4 +1,4 @@
-#include "analysis.h"
+#include "analysis/analysis.h"
 
 #include <algorithm>
 #include <cstring>
@@ -6,35 +6,11 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "library_output.h"
+#include "analysis/library_output.h"
 
 namespace ctgtool {
 
 namespace {
-
-struct MethodSpec {
-    Method method;
-    const char* name;
-    const char* title;
-    // A successful run always writes this word; a failed run leaves every word
-    // at -1.  The ACOG method never writes the total (word 0), so its success
-    // shows in the baseline heart rate (word 35) instead.
-    int successWord;
-};
-
-constexpr MethodSpec kMethods[] = {
-    {Method::Krebs, "krebs", "Krebs", 0},
-    {Method::Fischer, "fischer", "Fischer", 0},
-    {Method::Acog, "acog", "ACOG", 35},
-    {Method::Uc, "uc", "Contraction", 0},
-};
-
-const MethodSpec& traitsOf(Method method) {
-    for (const MethodSpec& candidate : kMethods) {
-        if (candidate.method == method) return candidate;
-    }
-    throw std::logic_error("unknown method");
-}
 
 struct LibraryCall {
     int* words;
@@ -90,15 +66,16 @@ MethodResult runMethod(Method method, const Recording& recording, const std::vec
                        const AnalysisOptions& options) {
     MethodResult result;
     result.method = method;
-    const WorkingDirectoryScope logPlace(options.logDirectory);
+    WorkingDirectoryScope logPlace(options.logDirectory);
     LibraryOutputCapture capture;
     const LibraryCall call = callLibrary(method, recording, fm);
     result.log = capture.finish();
+    logPlace.restore();
     if (options.echoLog) {
         for (const std::string& line : result.log) std::cerr << line << '\n';
     }
     std::memcpy(&result.record, call.words, sizeof result.record);
-    result.ok = word(result.record, traitsOf(method).successWord) != -1;
+    result.ok = word(result.record, factsOf(method).successWord) != -1;
     if (!result.ok) result.error = errorFromLog(result.log);
     result.accelerations =
         pairUp(call.location->accelerationStarts, call.location->accelerationEnds);
@@ -111,17 +88,17 @@ MethodResult runMethod(Method method, const Recording& recording, const std::vec
 }  // namespace
 
 const std::vector<Method>& allMethods() {
-    static const std::vector<Method> methods = {Method::Krebs, Method::Fischer, Method::Acog,
-                                                Method::Uc};
+    static const std::vector<Method> methods = [] {
+        std::vector<Method> all;
+        for (const MethodFacts& facts : methodFacts()) all.push_back(facts.method);
+        return all;
+    }();
     return methods;
 }
 
-std::string methodName(Method method) { return traitsOf(method).name; }
-std::string methodTitle(Method method) { return traitsOf(method).title; }
-
 std::vector<Method> parseMethods(const std::string& text) {
     if (text == "all") return allMethods();
-    for (const MethodSpec& candidate : kMethods) {
+    for (const MethodFacts& candidate : methodFacts()) {
         if (text == candidate.name) return {candidate.method};
     }
     throw std::invalid_argument("unknown method '" + text +
@@ -164,16 +141,8 @@ const std::array<const char*, kParameterCount>& parameterNames() {
     return names;
 }
 
-int word(const QK4_FhrResult& record, int index) {
-    int value = 0;
-    std::memcpy(&value, reinterpret_cast<const char*>(&record) + sizeof(int) * index, sizeof value);
-    return value;
-}
-
-double wordAsDouble(const QK4_FhrResult& record, int index) {
-    double value = 0.0;
-    std::memcpy(&value, reinterpret_cast<const char*>(&record) + sizeof(int) * index, sizeof value);
-    return value;
+int wordNamed(const MethodResult& result, const std::string& name) {
+    return word(result.record, resultWord(result.method, name).index);
 }
 
 std::vector<MethodResult> analyze(const Recording& recording, const AnalysisOptions& options) {

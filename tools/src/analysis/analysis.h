@@ -7,19 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "analysis/method_facts.h"
 #include "ctgscore.h"
-#include "recording.h"
+#include "recordings/recording.h"
 
 namespace ctgtool {
 
-// The rating methods in the fixed order in which "all" runs them.  The order
-// matters: the library's contraction filter keeps state from one call to the
-// next within a process.
-enum class Method { Krebs, Fischer, Acog, Uc };
-
 const std::vector<Method>& allMethods();
-std::string methodName(Method method);   // "krebs", "fischer", "acog", "uc"
-std::string methodTitle(Method method);  // "Krebs", "Fischer", "ACOG", "Contraction"
 
 // "krebs", "fischer", "acog", "uc" or "all"; throws std::invalid_argument.
 std::vector<Method> parseMethods(const std::string& text);
@@ -60,9 +54,7 @@ std::vector<MethodResult> analyze(const Recording& recording, const AnalysisOpti
 // Names of the 17 tuning parameters, in record order.
 const std::array<const char*, kParameterCount>& parameterNames();
 
-// The result word at index (0..53) as an int.
-int word(const QK4_FhrResult& record, int index);
-// The double stored in words index and index + 1.
-double wordAsDouble(const QK4_FhrResult& record, int index);
+// The int word the result's method fills under that name.
+int wordNamed(const MethodResult& result, const std::string& name);
 
 }  // namespace ctgtool

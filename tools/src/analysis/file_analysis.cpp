@@ -1,4 +1,4 @@
-#include "file_analysis.h"
+#include "analysis/file_analysis.h"
 
 namespace ctgtool {
 
@@ -11,10 +11,6 @@ nlohmann::ordered_json analyzeFile(const std::string& path, const FileAnalysisOp
     }
     const std::vector<MethodResult> results = analyze(recording, options.analysis);
     return describeRecording(path, recording, results, options.report);
-}
-
-std::string dumpJson(const nlohmann::ordered_json& doc, int indent) {
-    return doc.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 }  // namespace ctgtool

@@ -1,13 +1,13 @@
 // Read one file, run the chosen methods, describe the outcome: the unit of work
-// of the analyze and batch commands.
+// of the analyze, batch and report commands.
 #pragma once
 
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "analysis.h"
+#include "analysis/analysis.h"
+#include "output/description.h"
 #include "readers/readers.h"
-#include "report.h"
 
 namespace ctgtool {
 
@@ -20,9 +20,5 @@ struct FileAnalysisOptions {
 // The recording's description, or a failure entry ("ok": false) naming the
 // problem when the file cannot be read.
 nlohmann::ordered_json analyzeFile(const std::string& path, const FileAnalysisOptions& options);
-
-// JSON text that never fails on odd bytes (file names, messages): invalid
-// UTF-8 is replaced.  indent -1 gives one line.
-std::string dumpJson(const nlohmann::ordered_json& doc, int indent);
 
 }  // namespace ctgtool

@@ -1,4 +1,4 @@
-#include "library_output.h"
+#include "analysis/library_output.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -76,8 +76,16 @@ WorkingDirectoryScope::WorkingDirectoryScope(const std::string& directory) {
 
 WorkingDirectoryScope::~WorkingDirectoryScope() {
     if (previous_ < 0) return;
-    if (fchdir(previous_) != 0) std::cerr << "ctgscore: cannot return to the working directory\n";
+    (void)fchdir(previous_);  // best effort while unwinding; restore() reports a failure
     close(previous_);
+}
+
+void WorkingDirectoryScope::restore() {
+    if (previous_ < 0) return;
+    const bool returned = fchdir(previous_) == 0;
+    close(previous_);
+    previous_ = -1;
+    if (!returned) throw std::runtime_error("cannot return to the working directory");
 }
 
 }  // namespace ctgtool

@@ -29,13 +29,15 @@ private:
     bool active_ = false;
 };
 
-// Makes a folder the working directory for the lifetime of the object, so the
-// library's log file lands there; the previous one is restored afterwards.
-// Throws std::runtime_error when the folder cannot be entered.
+// Makes a folder the working directory until restore() or the end of the
+// object, so the library's log file lands there.  Throws std::runtime_error
+// when the folder cannot be entered, and restore() when the previous working
+// directory cannot be entered again.
 class WorkingDirectoryScope {
 public:
     explicit WorkingDirectoryScope(const std::string& directory);
     ~WorkingDirectoryScope();
+    void restore();
     WorkingDirectoryScope(const WorkingDirectoryScope&) = delete;
     WorkingDirectoryScope& operator=(const WorkingDirectoryScope&) = delete;
 

@@ -1,16 +1,20 @@
-#include "commands.h"
+#include "cli/commands.h"
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
+#include <sstream>
 #include <stdexcept>
 
-#include "batch.h"
-#include "review_run.h"
-#include "file_analysis.h"
-#include "simulate.h"
-#include "svg_plot.h"
-#include "table_output.h"
+#include "analysis/file_analysis.h"
+#include "cli/reporter.h"
+#include "output/svg_plot.h"
+#include "output/text_format.h"
+#include "output/text_table.h"
+#include "recordings/simulate.h"
+#include "review/report.h"
+#include "runs/batch.h"
 
 namespace ctgtool {
 
@@ -56,31 +60,25 @@ bool anyNotScored(const nlohmann::ordered_json& recording) {
 // recordings so far call for.
 int noteOutcome(const nlohmann::ordered_json& recording, int exitCode) {
     if (!recording["ok"].get<bool>()) {
-        std::cerr << "ctgscore: " << recording["error"].get<std::string>() << '\n';
+        tell(text(recording["error"]));
         return kExitInputError;
     }
     return anyNotScored(recording) && exitCode == kExitOk ? kExitNotScored : exitCode;
 }
 
-int usageError(const std::exception& error) {
-    std::cerr << "ctgscore: " << error.what() << '\n';
-    return kExitUsage;
-}
-
-int inputError(const std::exception& error) {
-    std::cerr << "ctgscore: " << error.what() << '\n';
-    return kExitInputError;
+// Writes the file through `write`; throws InputError when it cannot.
+void writeFile(const std::string& path, const std::function<void(std::ostream&)>& write) {
+    std::ofstream out(path);
+    if (!out) throw InputError(path, "cannot write");
+    write(out);
+    out.close();
+    if (!out) throw InputError(path, "write error");
 }
 
 }  // namespace
 
 int runAnalyzeCommand(const AnalyzeArguments& arguments, const GlobalArguments& global) {
-    FileAnalysisOptions options;
-    try {
-        options = fileAnalysisOptions(arguments.analysis, global);
-    } catch (const std::invalid_argument& error) {
-        return usageError(error);
-    }
+    FileAnalysisOptions options = fileAnalysisOptions(arguments.analysis, global);
     options.report.includeBaselineCurve = arguments.baselineCurve;
     nlohmann::ordered_json recordings = nlohmann::ordered_json::array();
     int exitCode = kExitOk;
@@ -102,92 +100,55 @@ int runAnalyzeCommand(const AnalyzeArguments& arguments, const GlobalArguments& 
 }
 
 int runPlotCommand(const PlotArguments& arguments, const GlobalArguments& global) {
-    FileAnalysisOptions options;
-    try {
-        options = fileAnalysisOptions(arguments.analysis, global);
-    } catch (const std::invalid_argument& error) {
-        return usageError(error);
-    }
-    try {
-        const Recording recording = readRecording(arguments.file, options.read);
-        const std::vector<MethodResult> results = analyze(recording, options.analysis);
-        std::ofstream out(arguments.output);
-        if (!out) throw InputError(arguments.output, "cannot write");
-        writeStripSvg(out, recording, results, {arguments.fromMinute, arguments.toMinute});
-        out.close();
-        if (!out) throw InputError(arguments.output, "write error");
-    } catch (const InputError& error) {
-        return inputError(error);
-    } catch (const std::invalid_argument& error) {
-        return usageError(error);
-    }
+    const FileAnalysisOptions options = fileAnalysisOptions(arguments.analysis, global);
+    const Recording recording = readRecording(arguments.file, options.read);
+    const std::vector<MethodResult> results = analyze(recording, options.analysis);
+    std::ostringstream svg;
+    writeStripSvg(svg, recording, results, {arguments.fromMinute, arguments.toMinute});
+    writeFile(arguments.output, [&svg](std::ostream& out) { out << svg.str(); });
     return kExitOk;
 }
 
 int runReportCommand(const ReportArguments& arguments, const GlobalArguments& global) {
     ReviewOptions options;
-    try {
-        options.analysis = fileAnalysisOptions(arguments.analysis, global);
-    } catch (const std::invalid_argument& error) {
-        return usageError(error);
-    }
+    options.analysis = fileAnalysisOptions(arguments.analysis, global);
     options.files = arguments.files;
     options.directory = arguments.directory;
-    std::vector<IndexEntry> entries;
-    try {
-        entries = writeReview(options);
-    } catch (const InputError& error) {
-        return inputError(error);
-    }
+    const std::vector<IndexEntry> entries = writeReview(options);
     int exitCode = kExitOk;
     std::size_t pages = 0;
     for (const IndexEntry& entry : entries) {
         pages += entry.page.empty() ? 0 : 1;
         exitCode = noteOutcome(entry.description, exitCode);
     }
-    std::cerr << "ctgscore: " << pages << " of " << entries.size() << " recordings have a page; open "
-              << (std::filesystem::path(arguments.directory) / "index.html").string() << '\n';
+    tell(std::to_string(pages) + " of " + std::to_string(entries.size()) +
+         " recordings have a page; open " +
+         (std::filesystem::path(arguments.directory) / "index.html").string());
     return exitCode;
 }
 
 int runSimulateCommand(const SimulateArguments& arguments) {
-    Recording recording;
-    try {
-        recording = simulate({arguments.minutes, arguments.rate, arguments.seed});
-    } catch (const std::invalid_argument& error) {
-        return usageError(error);
-    }
+    const Recording recording = simulate({arguments.minutes, arguments.rate, arguments.seed});
     if (arguments.output.empty()) {
         writeRecordingCsv(std::cout, recording);
         return std::cout ? kExitOk : kExitInputError;
     }
-    std::ofstream out(arguments.output);
-    writeRecordingCsv(out, recording);
-    out.close();
-    if (!out) return inputError(InputError(arguments.output, "cannot write"));
+    writeFile(arguments.output, [&recording](std::ostream& out) { writeRecordingCsv(out, recording); });
     return kExitOk;
 }
 
 int runBatchCommand(const BatchArguments& arguments, const GlobalArguments& global) {
     BatchOptions options;
-    try {
-        options.analysis = fileAnalysisOptions(arguments.analysis, global);
-    } catch (const std::invalid_argument& error) {
-        return usageError(error);
-    }
+    options.analysis = fileAnalysisOptions(arguments.analysis, global);
     options.directory = arguments.directory;
     options.output = arguments.output;
     options.jobs = arguments.jobs;
     options.resume = arguments.resume;
-    try {
-        const BatchSummary summary = runBatch(options);
-        std::cerr << "ctgscore: " << summary.files << " recordings";
-        if (arguments.resume) std::cerr << " (" << summary.resumed << " from the earlier run)";
-        std::cerr << ", " << summary.failed << " not read; results in " << arguments.output
-                  << '\n';
-    } catch (const InputError& error) {
-        return inputError(error);
-    }
+    const BatchSummary summary = runBatch(options);
+    const std::string resumed =
+        arguments.resume ? " (" + std::to_string(summary.resumed) + " from the earlier run)" : "";
+    tell(std::to_string(summary.files) + " recordings" + resumed + ", " +
+         std::to_string(summary.failed) + " not read; results in " + arguments.output);
     return kExitOk;
 }
 

@@ -1,4 +1,6 @@
-// The subcommands.  Each returns the process exit code.
+// The subcommands.  Each returns the process exit code (cli/reporter.h) and
+// throws std::invalid_argument for a bad option value and other exceptions
+// for files that cannot be read or written.
 #pragma once
 
 #include <cstdint>
@@ -7,12 +9,6 @@
 #include <vector>
 
 namespace ctgtool {
-
-// Exit codes shared by the subcommands.
-constexpr int kExitOk = 0;
-constexpr int kExitInputError = 1;  // a file could not be read or written
-constexpr int kExitUsage = 2;       // bad command line
-constexpr int kExitNotScored = 3;   // the library refused at least one analysis
 
 struct GlobalArguments {
     std::string logDirectory;  // "" = current folder

@@ -1,13 +1,27 @@
 // ctgscore: command-line front end of the CTG analysis library.
 #include <CLI/CLI.hpp>
-#include <exception>
-#include <iostream>
+#include <functional>
+#include <memory>
 
-#include "commands.h"
+#include "cli/commands.h"
+#include "cli/reporter.h"
 
 namespace {
 
 using namespace ctgtool;
+
+// A subcommand and the work it starts once the command line is parsed.
+struct Command {
+    CLI::App* app;
+    std::function<int()> run;
+};
+
+void addGlobalOptions(CLI::App& app, GlobalArguments& global) {
+    app.add_option("--log-dir", global.logDirectory,
+                   "folder for the library's daily log file (default: current folder)")
+        ->check(CLI::ExistingDirectory);
+    app.add_flag("-v,--verbose", global.verbose, "copy the library's log lines to stderr");
+}
 
 void addAnalysisOptions(CLI::App& command, AnalysisArguments& arguments) {
     command.add_option("--rate", arguments.rate, "samples per second of CSV files")
@@ -25,81 +39,85 @@ void addAnalysisOptions(CLI::App& command, AnalysisArguments& arguments) {
         ->capture_default_str();
 }
 
+Command analyzeCommand(CLI::App& app, const GlobalArguments& global) {
+    auto arguments = std::make_shared<AnalyzeArguments>();
+    CLI::App* command = app.add_subcommand("analyze", "score recordings");
+    command->add_option("files", arguments->files, "recordings (.csv, .fhr, .hea)")->required();
+    addAnalysisOptions(*command, arguments->analysis);
+    command->add_option("--format", arguments->format, "json or table")
+        ->check(CLI::IsMember({"json", "table"}))
+        ->capture_default_str();
+    command->add_flag("--baseline", arguments->baselineCurve, "include the baseline curve (JSON)");
+    return {command, [arguments, &global] { return runAnalyzeCommand(*arguments, global); }};
+}
+
+Command plotCommand(CLI::App& app, const GlobalArguments& global) {
+    auto arguments = std::make_shared<PlotArguments>();
+    CLI::App* command = app.add_subcommand("plot", "draw a CTG strip chart as SVG");
+    command->add_option("file", arguments->file, "recording")->required();
+    command->add_option("--out", arguments->output, "SVG file to write")->required();
+    addAnalysisOptions(*command, arguments->analysis);
+    command->add_option("--from", arguments->fromMinute, "first minute shown");
+    command->add_option("--to", arguments->toMinute, "last minute shown");
+    return {command, [arguments, &global] { return runPlotCommand(*arguments, global); }};
+}
+
+Command reportCommand(CLI::App& app, const GlobalArguments& global) {
+    auto arguments = std::make_shared<ReportArguments>();
+    CLI::App* command =
+        app.add_subcommand("report", "write a review page per recording and an index page");
+    command->add_option("files", arguments->files, "recordings (.csv, .fhr, .hea)")->required();
+    command->add_option("--out", arguments->directory, "folder for the pages")->required();
+    addAnalysisOptions(*command, arguments->analysis);
+    return {command, [arguments, &global] { return runReportCommand(*arguments, global); }};
+}
+
+Command simulateCommand(CLI::App& app) {
+    auto arguments = std::make_shared<SimulateArguments>();
+    CLI::App* command = app.add_subcommand("simulate", "write a synthetic recording as CSV");
+    command->add_option("--minutes", arguments->minutes, "length")
+        ->check(CLI::Range(1, 24 * 60))
+        ->capture_default_str();
+    command->add_option("--rate", arguments->rate, "samples per second")
+        ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
+    command->add_option("--seed", arguments->seed, "random seed")->capture_default_str();
+    command->add_option("--out", arguments->output, "CSV file (default: standard output)");
+    return {command, [arguments] { return runSimulateCommand(*arguments); }};
+}
+
+Command batchCommand(CLI::App& app, const GlobalArguments& global) {
+    auto arguments = std::make_shared<BatchArguments>();
+    CLI::App* command = app.add_subcommand("batch", "score every recording of a folder");
+    command->add_option("directory", arguments->directory, "folder of recordings")->required();
+    command->add_option("--out", arguments->output, "JSON-lines file to write")->required();
+    command->add_option("--jobs", arguments->jobs, "analysis processes at a time")
+        ->check(CLI::Range(1, 256))
+        ->capture_default_str();
+    command->add_flag("--resume", arguments->resume,
+                      "keep the complete lines of an existing --out file and analyze "
+                      "only the recordings not in it");
+    addAnalysisOptions(*command, arguments->analysis);
+    return {command, [arguments, &global] { return runBatchCommand(*arguments, global); }};
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     CLI::App app{"ctgscore: cardiotocography analysis (Krebs, Fischer, ACOG, contraction method)"};
     app.require_subcommand(1);
     GlobalArguments global;
-    app.add_option("--log-dir", global.logDirectory,
-                   "folder for the library's daily log file (default: current folder)")
-        ->check(CLI::ExistingDirectory);
-    app.add_flag("-v,--verbose", global.verbose, "copy the library's log lines to stderr");
-
-    AnalyzeArguments analyze;
-    CLI::App* analyzeCommand = app.add_subcommand("analyze", "score recordings");
-    analyzeCommand->add_option("files", analyze.files, "recordings (.csv, .fhr, .hea)")->required();
-    addAnalysisOptions(*analyzeCommand, analyze.analysis);
-    analyzeCommand->add_option("--format", analyze.format, "json or table")
-        ->check(CLI::IsMember({"json", "table"}))
-        ->capture_default_str();
-    analyzeCommand->add_flag("--baseline", analyze.baselineCurve,
-                             "include the baseline curve (JSON)");
-
-    PlotArguments plot;
-    CLI::App* plotCommand = app.add_subcommand("plot", "draw a CTG strip chart as SVG");
-    plotCommand->add_option("file", plot.file, "recording")->required();
-    plotCommand->add_option("--out", plot.output, "SVG file to write")->required();
-    addAnalysisOptions(*plotCommand, plot.analysis);
-    plotCommand->add_option("--from", plot.fromMinute, "first minute shown");
-    plotCommand->add_option("--to", plot.toMinute, "last minute shown");
-
-    ReportArguments report;
-    CLI::App* reportCommand =
-        app.add_subcommand("report", "write a review page per recording and an index page");
-    reportCommand->add_option("files", report.files, "recordings (.csv, .fhr, .hea)")->required();
-    reportCommand->add_option("--out", report.directory, "folder for the pages")->required();
-    addAnalysisOptions(*reportCommand, report.analysis);
-
-    SimulateArguments simulateArgs;
-    CLI::App* simulateCommand =
-        app.add_subcommand("simulate", "write a synthetic recording as CSV");
-    simulateCommand->add_option("--minutes", simulateArgs.minutes, "length")
-        ->check(CLI::Range(1, 24 * 60))
-        ->capture_default_str();
-    simulateCommand->add_option("--rate", simulateArgs.rate, "samples per second")
-        ->check(CLI::Range(1, 1000))
-        ->capture_default_str();
-    simulateCommand->add_option("--seed", simulateArgs.seed, "random seed")->capture_default_str();
-    simulateCommand->add_option("--out", simulateArgs.output,
-                                "CSV file (default: standard output)");
-
-    BatchArguments batch;
-    CLI::App* batchCommand = app.add_subcommand("batch", "score every recording of a folder");
-    batchCommand->add_option("directory", batch.directory, "folder of recordings")->required();
-    batchCommand->add_option("--out", batch.output, "JSON-lines file to write")->required();
-    batchCommand->add_option("--jobs", batch.jobs, "analysis processes at a time")
-        ->check(CLI::Range(1, 256))
-        ->capture_default_str();
-    batchCommand->add_flag("--resume", batch.resume,
-                           "keep the complete lines of an existing --out file and analyse "
-                           "only the recordings not in it");
-    addAnalysisOptions(*batchCommand, batch.analysis);
-
+    addGlobalOptions(app, global);
+    const Command commands[] = {analyzeCommand(app, global), plotCommand(app, global),
+                                reportCommand(app, global), simulateCommand(app),
+                                batchCommand(app, global)};
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        const int code = app.exit(error);
-        return code == 0 ? kExitOk : kExitUsage;
+        return app.exit(error) == 0 ? kExitOk : kExitUsage;
     }
-    try {
-        if (analyzeCommand->parsed()) return runAnalyzeCommand(analyze, global);
-        if (plotCommand->parsed()) return runPlotCommand(plot, global);
-        if (reportCommand->parsed()) return runReportCommand(report, global);
-        if (simulateCommand->parsed()) return runSimulateCommand(simulateArgs);
-        return runBatchCommand(batch, global);
-    } catch (const std::exception& error) {
-        std::cerr << "ctgscore: " << error.what() << '\n';
-        return kExitInputError;
+    for (const Command& command : commands) {
+        if (command.app->parsed()) return runReporting(command.run);
     }
+    return kExitUsage;
 }

@@ -1,9 +1,9 @@
-#include "report.h"
+#include "output/description.h"
 
 #include <cmath>
-#include <cstdio>
-#include <cstring>
 #include <ctime>
+
+#include "output/text_format.h"
 
 namespace ctgtool {
 
@@ -13,67 +13,6 @@ using json = nlohmann::ordered_json;
 
 // ---- result words -----------------------------------------------------------
 
-enum class Kind { Int, Double, Flags };
-
-struct WordSpec {
-    const char* name;
-    int index;
-    Kind kind = Kind::Int;
-    int count = 1;  // number of flags for Kind::Flags
-};
-
-// The words each method fills, under the names of the result record.  The
-// contraction method gives words 0..7 meanings of its own.
-const std::vector<WordSpec>& wordsOf(Method method) {
-    static const std::vector<WordSpec> stageWords = {{"baselineFhr", 35},
-                                                     {"variabilityAmplitude", 36, Kind::Double},
-                                                     {"oscillationFrequency", 38, Kind::Double},
-                                                     {"accelerationCount", 40},
-                                                     {"decelerationCount", 41},
-                                                     {"movementCount", 51}};
-    static const std::vector<WordSpec> decelerationTypes = {
-        {"decelerationPattern", 42}, {"decTypeCount1", 44}, {"decTypeCount2", 45},
-        {"decelerationExtra", 46},   {"decTypeCount3", 47}, {"decTypeCount4", 48}};
-    static const auto join = [](std::vector<std::vector<WordSpec>> parts) {
-        std::vector<WordSpec> all;
-        for (const auto& part : parts) all.insert(all.end(), part.begin(), part.end());
-        return all;
-    };
-    static const std::vector<WordSpec> scores = {
-        {"totalScore", 0},     {"baselineScore", 1},     {"amplitudeScore", 2},
-        {"frequencyScore", 3}, {"accelerationScore", 4}, {"decelerationScore", 5}};
-    static const std::vector<WordSpec> krebs = join({scores, {{"movementScore", 6}}, stageWords});
-    static const std::vector<WordSpec> fischer =
-        join({scores, {{"strongContractionFlag", 23}}, stageWords, decelerationTypes});
-    static const std::vector<WordSpec> acog =
-        join({{{"acogBaselineFlags", 7, Kind::Flags, 4},
-               {"acogVariabilityFlags", 11, Kind::Flags, 5},
-               {"acogAccelerationFlags", 16, Kind::Flags, 4},
-               {"acogDecFlagsA", 20, Kind::Flags, 3},
-               {"acogDecFlagsB", 24, Kind::Flags, 5},
-               {"acogDecFlagsC", 29, Kind::Flags, 3},
-               {"acogPatternFlags", 32, Kind::Flags, 3}},
-              stageWords,
-              decelerationTypes,
-              {{"acogReservedE", 49}, {"acogReservedF", 50}}});
-    static const std::vector<WordSpec> uc = {
-        {"intensityRating", 0},        {"lastEndMinusLastPeak", 1}, {"lastPeakMinusPreviousEnd", 2},
-        {"baselineFhrCopy", 3},        {"lastContractionEnd", 4},   {"lastContractionPeak", 5},
-        {"previousContractionEnd", 6}, {"peakContraction", 7},      {"baselineFhr", 35},
-        {"movementCount", 51}};
-    switch (method) {
-        case Method::Krebs:
-            return krebs;
-        case Method::Fischer:
-            return fischer;
-        case Method::Acog:
-            return acog;
-        case Method::Uc:
-            return uc;
-    }
-    return krebs;
-}
-
 json flagsAt(const QK4_FhrResult& record, int first, int count) {
     json flags = json::array();
     for (int i = 0; i < count; ++i) flags.push_back(word(record, first + i));
@@ -82,16 +21,16 @@ json flagsAt(const QK4_FhrResult& record, int first, int count) {
 
 json namedWords(const MethodResult& result) {
     json words = json::object();
-    for (const WordSpec& field : wordsOf(result.method)) {
+    for (const ResultWord& field : factsOf(result.method).words) {
         switch (field.kind) {
-            case Kind::Int:
+            case WordKind::Int:
                 words[field.name] = word(result.record, field.index);
                 break;
-            case Kind::Double:
+            case WordKind::Double:
                 words[field.name] = wordAsDouble(result.record, field.index);
                 break;
-            case Kind::Flags:
-                words[field.name] = flagsAt(result.record, field.index, field.count);
+            case WordKind::Flags:
+                words[field.name] = flagsAt(result.record, field.index, field.count());
                 break;
         }
     }
@@ -109,12 +48,6 @@ std::string countText(int count, const std::string& thing) {
     return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
-std::string decimal(double value, int digits) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.*f", digits, value);
-    return text;
-}
-
 json item(const std::string& key, const std::string& text) {
     return {{"item", key}, {"text", text}};
 }
@@ -125,7 +58,7 @@ json scoredItem(const std::string& key, const std::string& finding, int points) 
 
 std::string amplitudeText(double amplitude) {
     if (std::isnan(amplitude)) return "variability amplitude not measurable";
-    return "variability amplitude " + decimal(amplitude, 1) + " bpm";
+    return "variability amplitude " + fixed(amplitude, 1) + " bpm";
 }
 
 // The Krebs run stores the number of decelerations in word 41.  The Fischer
@@ -147,7 +80,7 @@ json heartRateItems(const QK4_FhrResult& record, Method method) {
     items.push_back(scoredItem("variability_amplitude", amplitudeText(record.variabilityAmplitude),
                                record.amplitudeScore));
     items.push_back(scoredItem("oscillation_frequency",
-                               "oscillation frequency " + decimal(record.oscillationFrequency, 0),
+                               "oscillation frequency " + fixed(record.oscillationFrequency, 0),
                                record.frequencyScore));
     items.push_back(scoredItem("accelerations", countText(record.accelerationCount, "acceleration"),
                                record.accelerationScore));
@@ -179,45 +112,25 @@ json fischerFindings(const QK4_FhrResult& record) {
     return items;
 }
 
+// The ACOG flag groups as score items, in the order the items list them.
 struct FlagGroup {
     const char* key;
-    int first;
-    std::vector<const char*> slotLabels;
+    const char* word;
 };
 
-const std::vector<FlagGroup>& acogGroups() {
-    static const std::vector<FlagGroup> groups = {
-        {"baseline",
-         7,
-         {"110-160 bpm", "above 160 bpm (tachycardia)", "109 bpm or below with variability",
-          "109 bpm or below, variability absent"}},
-        {"variability",
-         11,
-         {"moderate (5-25 bpm)", "absent", "minimal (below 5 bpm)", "marked (above 25 bpm)",
-          "absent, with bradycardia or recurrent decelerations"}},
-        {"accelerations", 16, {"present", "absent", "flag 2", "absent"}},
-        {"early_decelerations",
-         20,
-         {"early decelerations present", "no early decelerations", "no early decelerations"}},
-        {"late_decelerations",
-         24,
-         {"no late or low decelerations", "recurrent late or low decelerations with variability",
-          "decelerations present", "reserved flag",
-          "recurrent late or low decelerations, variability absent"}},
-        {"delayed_decelerations",
-         29,
-         {"no delayed decelerations", "recurrent delayed decelerations, moderate variability",
-          "recurrent delayed decelerations, variability absent"}},
-        {"pattern", 32, {"no pattern input", "no pattern input", "pattern input present"}},
-    };
-    return groups;
-}
+constexpr FlagGroup kAcogGroups[] = {{"baseline", "acogBaselineFlags"},
+                                     {"variability", "acogVariabilityFlags"},
+                                     {"accelerations", "acogAccelerationFlags"},
+                                     {"early_decelerations", "acogDecFlagsA"},
+                                     {"late_decelerations", "acogDecFlagsB"},
+                                     {"delayed_decelerations", "acogDecFlagsC"},
+                                     {"pattern", "acogPatternFlags"}};
 
-std::string flagLabels(const QK4_FhrResult& record, const FlagGroup& group) {
+std::string flagLabels(const QK4_FhrResult& record, const ResultWord& flags) {
     std::string text;
-    for (std::size_t slot = 0; slot < group.slotLabels.size(); ++slot) {
-        const std::string label = group.slotLabels[slot];
-        if (word(record, group.first + static_cast<int>(slot)) != 1) continue;
+    for (int slot = 0; slot < flags.count(); ++slot) {
+        const std::string label = flags.slots[slot];
+        if (word(record, flags.index + slot) != 1) continue;
         if (text.find(label) != std::string::npos) continue;
         text += (text.empty() ? "" : "; ") + label;
     }
@@ -233,40 +146,45 @@ std::string acogPrefix(const QK4_FhrResult& record, const std::string& key) {
 
 json acogItems(const QK4_FhrResult& record) {
     json items = json::array();
-    for (const FlagGroup& group : acogGroups()) {
+    for (const FlagGroup& group : kAcogGroups) {
         if (std::string(group.key) == "early_decelerations") {
             items.push_back(item("decelerations", decelerationText(record, Method::Acog)));
             if (record.decelerationCount > 0) items.push_back(decelerationTypes(record));
         }
-        json entry = item(group.key, acogPrefix(record, group.key) + flagLabels(record, group));
-        entry["flags"] = flagsAt(record, group.first, static_cast<int>(group.slotLabels.size()));
+        const ResultWord& flags = resultWord(Method::Acog, group.word);
+        json entry = item(group.key, acogPrefix(record, group.key) + flagLabels(record, flags));
+        entry["flags"] = flagsAt(record, flags.index, flags.count());
         items.push_back(entry);
     }
     return items;
 }
 
-// Words 0..7 of the contraction method.  With fewer than two contractions the
-// run sets the rating and the positions to 0 without measuring them and
-// leaves word 1 at -1.
-json contractionItems(const QK4_FhrResult& record, int rate) {
-    const auto clock = [rate](int samples) {
-        return clockTime(static_cast<double>(samples) / rate);
+// The contraction method's words.  With fewer than two contractions the run
+// sets the rating and the positions to 0 without measuring them and leaves
+// lastEndMinusLastPeak at -1.
+json contractionItems(const MethodResult& result, int rate) {
+    const auto value = [&result](const char* name) { return wordNamed(result, name); };
+    const auto clock = [rate, &value](const char* name) {
+        return clockTime(static_cast<double>(value(name)) / rate);
     };
     json items = json::array();
-    const bool measured = word(record, 1) != -1;
+    const bool measured = value("lastEndMinusLastPeak") != -1;
+    items.push_back(item("intensity", measured ? "strongest contraction " +
+                                                     std::to_string(value("peakContraction")) +
+                                                     " in the first 5 minutes: rating " +
+                                                     std::to_string(value("intensityRating")) +
+                                                     " of 2"
+                                               : "fewer than two contractions found: rating 0 of 2"));
     items.push_back(
-        item("intensity", measured ? "strongest contraction " + std::to_string(word(record, 7)) +
-                                         " in the first 5 minutes: rating " +
-                                         std::to_string(word(record, 0)) + " of 2"
-                                   : "fewer than two contractions found: rating 0 of 2"));
-    items.push_back(item("baseline", "baseline " + std::to_string(word(record, 3)) + " bpm"));
+        item("baseline", "baseline " + std::to_string(value("baselineFhrCopy")) + " bpm"));
     if (!measured) return items;
-    items.push_back(item("last_contraction", "last contraction: peak at " + clock(word(record, 5)) +
-                                                 ", end at " + clock(word(record, 4)) + " (" +
-                                                 clock(word(record, 1)) + " after the peak)"));
-    items.push_back(
-        item("previous_contraction", "previous contraction ended at " + clock(word(record, 6)) +
-                                         ", " + clock(word(record, 2)) + " before the last peak"));
+    items.push_back(item("last_contraction",
+                         "last contraction: peak at " + clock("lastContractionPeak") + ", end at " +
+                             clock("lastContractionEnd") + " (" + clock("lastEndMinusLastPeak") +
+                             " after the peak)"));
+    items.push_back(item("previous_contraction",
+                         "previous contraction ended at " + clock("previousContractionEnd") + ", " +
+                             clock("lastPeakMinusPreviousEnd") + " before the last peak"));
     return items;
 }
 
@@ -283,23 +201,9 @@ json scoreItems(const MethodResult& result, int rate) {
         case Method::Acog:
             return acogItems(record);
         case Method::Uc:
-            return contractionItems(record, rate);
+            return contractionItems(result, rate);
     }
     return json::array();
-}
-
-std::optional<int> maximumScore(Method method) {
-    switch (method) {
-        case Method::Krebs:
-            return 12;
-        case Method::Fischer:
-            return 10;
-        case Method::Acog:
-            return std::nullopt;
-        case Method::Uc:
-            return 2;
-    }
-    return std::nullopt;
 }
 
 json describeEvents(const std::vector<Event>& events, int rate) {
@@ -324,24 +228,16 @@ std::string isoTime(std::int64_t seconds) {
 
 }  // namespace
 
-std::string clockTime(double seconds) {
-    const long whole = std::lround(seconds);
-    char text[32];
-    std::snprintf(text, sizeof text, "%ld:%02ld", whole / 60, whole % 60);
-    return text;
-}
-
 json describeResult(const MethodResult& result, int rate, const ReportOptions& options) {
-    json doc = {{"method", methodName(result.method)},
-                {"title", methodTitle(result.method)},
-                {"ok", result.ok}};
+    const MethodFacts& facts = factsOf(result.method);
+    json doc = {{"method", facts.name}, {"title", facts.title}, {"ok", result.ok}};
     if (!result.ok) {
         doc["error"] = result.error;
         return doc;
     }
-    if (const auto maximum = maximumScore(result.method)) {
+    if (facts.maxScore) {
         doc["score"] = result.record.totalScore;
-        doc["max_score"] = *maximum;
+        doc["max_score"] = *facts.maxScore;
     }
     doc["items"] = scoreItems(result, rate);
     doc["words"] = namedWords(result);

@@ -5,8 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "analysis.h"
-#include "recording.h"
+#include "analysis/analysis.h"
+#include "recordings/recording.h"
 
 namespace ctgtool {
 
@@ -23,8 +23,5 @@ nlohmann::ordered_json describeRecording(const std::string& path, const Recordin
 
 // The entry for a file that could not be read or analysed.
 nlohmann::ordered_json describeFileFailure(const std::string& path, const std::string& error);
-
-// "m:ss" of a sample position.
-std::string clockTime(double seconds);
 
 }  // namespace ctgtool

@@ -1,15 +1,13 @@
-// CTG strip chart as SVG: heart-rate panel (50-210 bpm) above the toco panel
-// (0-100), on a paper grid, with the baseline curve, shaded accelerations and
-// decelerations, contraction marks, movement marks, signal-loss gaps and a box
-// with the scores.
+// CTG strip chart as an SVG file: a window of the strip (output/strip.h) with
+// its value and time labels, a legend and a box with the scores.
 #pragma once
 
 #include <optional>
 #include <ostream>
 #include <vector>
 
-#include "analysis.h"
-#include "recording.h"
+#include "analysis/analysis.h"
+#include "recordings/recording.h"
 
 namespace ctgtool {
 

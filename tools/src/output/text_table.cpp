@@ -1,20 +1,12 @@
-#include "table_output.h"
+#include "output/text_table.h"
 
-#include <cstdio>
-
-#include "report.h"
+#include "output/text_format.h"
 
 namespace ctgtool {
 
 namespace {
 
 using json = nlohmann::ordered_json;
-
-std::string fixed(double value, int digits) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.*f", digits, value);
-    return text;
-}
 
 void writeEvents(std::ostream& out, const char* label, const json& events) {
     out << "    " << label << ":";
@@ -28,9 +20,9 @@ void writeEvents(std::ostream& out, const char* label, const json& events) {
 }
 
 void writeResult(std::ostream& out, const json& result) {
-    out << "  " << result["title"].get<std::string>();
+    out << "  " << text(result["title"]);
     if (!result["ok"].get<bool>()) {
-        out << ": not scored: " << result["error"].get<std::string>() << '\n';
+        out << ": not scored: " << text(result["error"]) << '\n';
         return;
     }
     if (result.contains("score")) {
@@ -38,7 +30,7 @@ void writeResult(std::ostream& out, const json& result) {
     }
     out << '\n';
     for (const json& item : result["items"])
-        out << "    " << item["text"].get<std::string>() << '\n';
+        out << "    " << text(item["text"]) << '\n';
     if (result.contains("accelerations"))
         writeEvents(out, "accelerations", result["accelerations"]);
     if (result.contains("decelerations"))
@@ -48,14 +40,14 @@ void writeResult(std::ostream& out, const json& result) {
 
 void writeRecording(std::ostream& out, const json& recording) {
     if (!recording["ok"].get<bool>()) {
-        out << recording["error"].get<std::string>() << "\n\n";
+        out << text(recording["error"]) << "\n\n";
         return;
     }
-    out << recording["file"].get<std::string>() << ": " << fixed(recording["minutes"].get<double>(), 1) << " min, "
+    out << text(recording["file"]) << ": " << fixed(recording["minutes"].get<double>(), 1) << " min, "
         << recording["samples"].get<int>() << " samples at " << recording["rate"].get<int>()
         << " Hz, signal loss " << fixed(recording["signal_loss_percent"].get<double>(), 1) << " %";
     if (recording.contains("start_time"))
-        out << ", started " << recording["start_time"].get<std::string>();
+        out << ", started " << text(recording["start_time"]);
     out << '\n';
     for (const json& result : recording["results"]) writeResult(out, result);
     out << '\n';

@@ -1,4 +1,4 @@
-// Plain-text rendering of the recording descriptions made by report.h.
+// The recording descriptions (output/description.h) as a plain-text table.
 #pragma once
 
 #include <nlohmann/json.hpp>

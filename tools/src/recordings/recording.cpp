@@ -1,4 +1,4 @@
-#include "recording.h"
+#include "recordings/recording.h"
 
 #include <algorithm>
 #include <cmath>

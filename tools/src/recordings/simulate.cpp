@@ -1,4 +1,4 @@
-#include "simulate.h"
+#include "recordings/simulate.h"
 
 #include <algorithm>
 #include <cmath>

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <ostream>
 
-#include "recording.h"
+#include "recordings/recording.h"
 
 namespace ctgtool {
 

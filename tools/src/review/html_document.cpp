@@ -1,6 +1,6 @@
-#include "review_html.h"
+#include "review/html_document.h"
 
-#include "markup.h"
+#include "output/text_format.h"
 
 namespace ctgtool::review {
 

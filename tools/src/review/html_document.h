@@ -1,5 +1,5 @@
 // What the review pages share: the style sheet and scripts (kept as files in
-// review/ and embedded at build time) and the frame of an HTML document.
+// review/ and embedded when configuring) and the frame of an HTML document.
 #pragma once
 
 #include <ostream>

@@ -1,54 +1,26 @@
-#include "batch.h"
+#include "runs/batch.h"
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <map>
 #include <optional>
 #include <set>
 #include <sstream>
 
+#include "output/text_format.h"
 #include "readers/file_io.h"
+#include "runs/own_process.h"
 
 namespace ctgtool {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-// Exit codes of an analysis process that wrote its line.
-constexpr int kLineOk = 0;
-constexpr int kLineReportsFailure = 3;
-
-// A private scratch folder for the lines of the analysis processes.
-class ScratchDirectory {
-public:
-    ScratchDirectory() {
-        std::string pattern = (fs::temp_directory_path() / "ctgscore-batch-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) {
-            throw InputError(pattern, std::string("cannot create: ") + std::strerror(errno));
-        }
-        path_ = pattern;
-    }
-    ~ScratchDirectory() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    ScratchDirectory(const ScratchDirectory&) = delete;
-    ScratchDirectory& operator=(const ScratchDirectory&) = delete;
-
-    std::string file(std::size_t index) const { return (path_ / std::to_string(index)).string(); }
-
-private:
-    fs::path path_;
-};
 
 // "[#####.....] 12/66 name" on one terminal line; silent when stderr is not a terminal.
 class ProgressBar {
@@ -75,52 +47,16 @@ private:
     bool enabled_;
 };
 
-// Runs in the forked process: analyse, write the line, leave without running
-// the parent's exit handlers.
-[[noreturn]] void analyseInChild(const std::string& path, const std::string& lineFile,
-                                 const FileAnalysisOptions& options) {
-    int code = kLineOk;
-    try {
-        const nlohmann::ordered_json doc = analyzeFile(path, options);
-        code = doc["ok"].get<bool>() ? kLineOk : kLineReportsFailure;
-        std::ofstream line(lineFile);
-        line << dumpJson(doc, -1);
-        line.close();
-        if (!line) code = 1;
-    } catch (const std::exception& error) {
-        std::ofstream line(lineFile);
-        line << dumpJson(describeFileFailure(path, error.what()), -1);
-        code = line ? kLineReportsFailure : 1;
-    }
-    std::fflush(nullptr);
-    _exit(code);
-}
-
 struct Finished {
     std::string line;
     bool failed = false;
 };
 
-std::string readLine(const std::string& file) {
-    std::ifstream in(file);
-    std::string line;
-    std::getline(in, line);
-    return line;
-}
-
-std::string abnormalEnd(int status) {
-    if (WIFSIGNALED(status)) {
-        return "the analysis process was killed by signal " + std::to_string(WTERMSIG(status));
-    }
-    return "the analysis process ended with status " + std::to_string(WEXITSTATUS(status));
-}
-
-Finished collect(const std::string& path, const std::string& lineFile, int status) {
-    const bool wroteLine = WIFEXITED(status) && (WEXITSTATUS(status) == kLineOk ||
-                                                 WEXITSTATUS(status) == kLineReportsFailure);
-    std::string line = wroteLine ? readLine(lineFile) : "";
-    if (line.empty()) return {dumpJson(describeFileFailure(path, abnormalEnd(status)), -1), true};
-    return {line, WEXITSTATUS(status) == kLineReportsFailure};
+// The file's line: its description, or the failure of its analysis process.
+Finished lineOf(const std::string& path, const ProcessOutcome& outcome) {
+    if (!outcome.ok) return {dumpJson(describeFileFailure(path, outcome.failure), -1), true};
+    const bool read = nlohmann::ordered_json::parse(outcome.text)["ok"].get<bool>();
+    return {outcome.text, !read};
 }
 
 // Up to `jobs` analysis processes at a time; lines are written in file order
@@ -147,43 +83,19 @@ public:
 
 private:
     void startJobs() {
-        while (running_.size() < static_cast<std::size_t>(std::max(options_.jobs, 1)) &&
+        while (processes_.running() < static_cast<std::size_t>(std::max(options_.jobs, 1)) &&
                next_ < files_.size()) {
-            const std::size_t index = next_++;
-            std::fflush(nullptr);
-            std::cout.flush();
-            const pid_t pid = fork();
-            if (pid == 0) analyseInChild(files_[index], scratch_.file(index), options_.analysis);
-            if (pid < 0) {
-                finish(index, {dumpJson(describeFileFailure(files_[index],
-                                                            "cannot start an analysis process: " +
-                                                                std::string(std::strerror(errno))),
-                                        -1),
-                               true});
-                continue;
-            }
-            running_[pid] = index;
+            const std::string& path = files_[next_];
+            processes_.start(next_++, [this, &path] {
+                return dumpJson(analyzeFile(path, options_.analysis), -1);
+            });
         }
     }
 
     void waitForOne() {
-        if (running_.empty()) return;
-        int status = 0;
-        const pid_t pid = waitpid(-1, &status, 0);
-        if (pid < 0) {
-            if (errno == EINTR) return;
-            throw std::runtime_error(std::string("waiting for analysis processes: ") +
-                                     std::strerror(errno));
-        }
-        const auto job = running_.find(pid);
-        if (job == running_.end()) return;
-        const std::size_t index = job->second;
-        running_.erase(job);
-        finish(index, collect(files_[index], scratch_.file(index), status));
-    }
-
-    void finish(std::size_t index, Finished result) {
-        finished_[index] = std::move(result);
+        if (processes_.running() == 0) return;
+        const auto [index, outcome] = processes_.waitForOne();
+        finished_[index] = lineOf(files_[index], outcome);
         progress_.advance(fs::path(files_[index]).filename().string());
     }
 
@@ -200,9 +112,8 @@ private:
     const BatchOptions& options_;
     std::vector<std::string> files_;
     std::ostream& out_;
-    ScratchDirectory scratch_;
+    OwnProcesses processes_;
     std::vector<std::optional<Finished>> finished_;
-    std::map<pid_t, std::size_t> running_;
     std::size_t next_ = 0;
     std::size_t written_ = 0;
     ProgressBar progress_;

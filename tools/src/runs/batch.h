@@ -1,13 +1,12 @@
-// Analyses every recording of a folder into a JSON-lines file.  Each file is
-// analysed in a process of its own (the library's state is process-wide, and
-// the contraction filter carries state from one call to the next), so a
-// file's line does not depend on the other files or on the number of jobs.
+// Analyzes every recording of a folder into a JSON-lines file.  Each file is
+// analyzed in a process of its own (runs/own_process.h), so a file's line
+// does not depend on the other files or on the number of jobs.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "file_analysis.h"
+#include "analysis/file_analysis.h"
 
 namespace ctgtool {
 
@@ -16,7 +15,7 @@ struct BatchOptions {
     std::string output;
     int jobs = 1;
     // Keep the complete lines of an existing output file (an interrupted
-    // run's partial last line is dropped), analyse only the recordings not in
+    // run's partial last line is dropped), analyze only the recordings not in
     // them and append their lines.
     bool resume = false;
     FileAnalysisOptions analysis;

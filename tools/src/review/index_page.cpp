@@ -1,9 +1,10 @@
+#include "review/index_page.h"
+
 #include <algorithm>
 
-#include "analysis.h"
-#include "markup.h"
-#include "review_html.h"
-#include "review_page.h"
+#include "analysis/method_facts.h"
+#include "output/text_format.h"
+#include "review/html_document.h"
 
 namespace ctgtool {
 
@@ -11,20 +12,18 @@ namespace {
 
 using json = nlohmann::ordered_json;
 
-std::string text(const json& value) { return value.get<std::string>(); }
-
 // The methods any recording ran, in the order they run.
 std::vector<Method> methodsRun(const std::vector<IndexEntry>& entries) {
     std::vector<Method> methods;
-    for (Method method : allMethods()) {
+    for (const MethodFacts& facts : methodFacts()) {
         const bool ran = std::any_of(entries.begin(), entries.end(), [&](const IndexEntry& entry) {
             if (!entry.description.contains("results")) return false;
             const json& results = entry.description["results"];
             return std::any_of(results.begin(), results.end(), [&](const json& result) {
-                return result["method"] == methodName(method);
+                return result["method"] == facts.name;
             });
         });
-        if (ran) methods.push_back(method);
+        if (ran) methods.push_back(facts.method);
     }
     return methods;
 }
@@ -41,7 +40,7 @@ void cell(std::ostream& out, const std::string& sortKey, const std::string& cont
 // shows the baseline heart rate it found.
 void methodCell(std::ostream& out, const json& recording, Method method) {
     for (const json& result : recording["results"]) {
-        if (result["method"] != methodName(method)) continue;
+        if (result["method"] != factsOf(method).name) continue;
         if (!result["ok"].get<bool>()) {
             cell(out, "", "not scored", text(result["error"]));
         } else if (result.contains("score")) {
@@ -78,8 +77,8 @@ void writeRow(std::ostream& out, const IndexEntry& entry, const std::vector<Meth
     if (!entry.page.empty()) link = "<a href=\"" + escapeXml(entry.page) + "\">" + link + "</a>";
     cell(out, name, read ? link + "<div class=\"file\">" + escapeXml(file) + "</div>" : link);
     if (read) {
-        const std::string minutes = fixedDecimals(recording["minutes"].get<double>(), 1);
-        const std::string loss = fixedDecimals(recording["signal_loss_percent"].get<double>(), 1);
+        const std::string minutes = fixed(recording["minutes"].get<double>(), 1);
+        const std::string loss = fixed(recording["signal_loss_percent"].get<double>(), 1);
         cell(out, minutes, minutes);
         cell(out, loss, loss);
         for (Method method : methods) methodCell(out, recording, method);
@@ -100,7 +99,7 @@ void writeReviewIndex(std::ostream& out, const std::vector<IndexEntry>& entries)
         << "<table id=\"recordings\"><thead><tr><th data-type=\"text\">Recording</th>"
         << "<th data-type=\"number\">Minutes</th><th data-type=\"number\">Signal loss %</th>";
     for (Method method : methods) {
-        out << "<th data-type=\"number\">" << methodTitle(method)
+        out << "<th data-type=\"number\">" << factsOf(method).title
             << (method == Method::Acog ? " baseline" : "") << "</th>";
     }
     out << "<th data-type=\"text\">Problems</th></tr></thead>\n<tbody>\n";

@@ -1,14 +1,14 @@
 // The report command's work: a review page per recording and an index page
-// listing them all.  Each recording is read and analysed in a process of its
-// own, as batch does, so its page does not depend on the other recordings
-// (the library's contraction filter carries state from call to call).
+// listing them all.  Each recording is read and analyzed in a process of its
+// own (runs/own_process.h), as batch does, so its page does not depend on the
+// other recordings.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "file_analysis.h"
-#include "review_page.h"
+#include "analysis/file_analysis.h"
+#include "review/index_page.h"
 
 namespace ctgtool {
 
