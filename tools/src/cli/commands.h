@@ -15,7 +15,7 @@ struct GlobalArguments {
     bool verbose = false;
 };
 
-// Options every analysing command understands.
+// Options every analyzing command understands.
 struct AnalysisArguments {
     int rate = 4;
     std::string method = "all";

@@ -21,7 +21,7 @@ nlohmann::ordered_json describeRecording(const std::string& path, const Recordin
                                  const std::vector<MethodResult>& results,
                                  const ReportOptions& options);
 
-// The entry for a file that could not be read or analysed.
+// The entry for a file that could not be read or analyzed.
 nlohmann::ordered_json describeFileFailure(const std::string& path, const std::string& error);
 
 }  // namespace ctgtool
