@@ -26,11 +26,14 @@ TEST(OwnProcess, TextOrOneWordedFailure) {
     const Case cases[] = {
         {"text", [&long_] { return long_; }, {true, long_, ""}},
         {"empty text", [] { return std::string(); }, {true, "", ""}},
-        {"exception", []() -> std::string { throw std::runtime_error("no such file"); },
+        {"exception",
+         []() -> std::string { throw std::runtime_error("no such file"); },
          {false, "", "no such file"}},
-        {"crash", []() -> std::string { std::abort(); },
+        {"crash",
+         []() -> std::string { std::abort(); },
          {false, "", "the analysis process was killed by signal 6"}},
-        {"exit", []() -> std::string { _exit(7); },
+        {"exit",
+         []() -> std::string { _exit(7); },
          {false, "", "the analysis process ended with status 7"}},
     };
     for (const Case& c : cases) {

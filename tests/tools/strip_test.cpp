@@ -21,7 +21,8 @@ namespace {
 // The d attributes, joined, of the paths whose attributes contain `marker`.
 std::string pathData(const std::string& svg, const std::string& marker) {
     std::string data;
-    for (std::size_t at = svg.find("<path"); at != std::string::npos; at = svg.find("<path", at + 1)) {
+    for (std::size_t at = svg.find("<path"); at != std::string::npos;
+         at = svg.find("<path", at + 1)) {
         const std::string tag = svg.substr(at, svg.find("/>", at) - at);
         if (tag.find(marker) == std::string::npos) continue;
         const std::size_t start = tag.find(" d=\"") + 4;
@@ -73,7 +74,8 @@ TEST(Strip, TracesGiveBackTheSamplesAndEachEventAndMarkIsDrawnOnce) {
     const std::vector<double> baseline =
         sampleValues(pathData(svg, "class=\"baseline\" data-methods=\"krebs"), samples);
     for (int i = 0; i < samples; ++i) {
-        ASSERT_TRUE(a.recording.fhr[i] == 0 ? std::isnan(fhr[i]) : fhr[i] == a.recording.fhr[i]) << i;
+        ASSERT_TRUE(a.recording.fhr[i] == 0 ? std::isnan(fhr[i]) : fhr[i] == a.recording.fhr[i])
+            << i;
         ASSERT_NEAR(baseline[i], a.results[0].baseline[i], 0.05 + 1e-9) << "sample " << i;
     }
     EXPECT_EQ(sampleValues(pathData(svg, "class=\"toco\""), samples),
@@ -87,8 +89,10 @@ TEST(Strip, TracesGiveBackTheSamplesAndEachEventAndMarkIsDrawnOnce) {
     EXPECT_EQ(countOf(svg, "class=\"event "), events);
     // Only the first heart-rate method's events are on at first.
     EXPECT_EQ(countOf(svg, "class=\"event acceleration\""), int(a.results[0].accelerations.size()));
-    EXPECT_NE(svg.find("data-event=\"krebs-a1\" x=\"1029\" y=\"0\" width=\"85\""), std::string::npos);
-    EXPECT_EQ(countOf(pathData(svg, "class=\"movement\""), "M"), tooltest::nonzeroRuns(a.recording.fm));
+    EXPECT_NE(svg.find("data-event=\"krebs-a1\" x=\"1029\" y=\"0\" width=\"85\""),
+              std::string::npos);
+    EXPECT_EQ(countOf(pathData(svg, "class=\"movement\""), "M"),
+              tooltest::nonzeroRuns(a.recording.fm));
     // The contraction method's words by name: peak and the two ends.
     const auto& words = a.description["results"][3]["words"];
     EXPECT_EQ(pathData(svg, "class=\"peak\""),
@@ -106,8 +110,9 @@ TEST(Strip, WindowDrawsOnlyItsSamplesAndAFlatRecordingOnlyItsToco) {
     EXPECT_EQ(drawn + lost, 5 * 240 + 1);
     EXPECT_TRUE(std::isnan(fhr[2399]));
 
-    Recording flat{"flat", 4, std::vector<int>(2400, 0), std::vector<int>(2400, 20),
-                   std::vector<int>(2400, 0), {}};
+    Recording flat{
+        "flat", 4, std::vector<int>(2400, 0), std::vector<int>(2400, 20), std::vector<int>(2400, 0),
+        {}};
     const auto description = describeRecording("flat.csv", flat, analyze(flat, {}), {true});
     const std::string svg = strip::Drawing(flat, description, 0, 2400).content();
     EXPECT_EQ(pathData(svg, "class=\"toco\""),

@@ -16,13 +16,12 @@ Words join(const std::vector<Words>& parts) {
 }
 
 // The items of the Krebs and Fischer scores (words 0..5).
-const Words kScores = {
-    {"totalScore", 0, "total score"},
-    {"baselineScore", 1, "baseline item, points"},
-    {"amplitudeScore", 2, "variability amplitude item, points"},
-    {"frequencyScore", 3, "oscillation frequency item, points"},
-    {"accelerationScore", 4, "accelerations item, points"},
-    {"decelerationScore", 5, "decelerations item, points"}};
+const Words kScores = {{"totalScore", 0, "total score"},
+                       {"baselineScore", 1, "baseline item, points"},
+                       {"amplitudeScore", 2, "variability amplitude item, points"},
+                       {"frequencyScore", 3, "oscillation frequency item, points"},
+                       {"accelerationScore", 4, "accelerations item, points"},
+                       {"decelerationScore", 5, "decelerations item, points"}};
 
 const ResultWord kBaselineFhr{"baselineFhr", 35, "baseline heart rate, bpm"};
 const ResultWord kMovementCount{"movementCount", 51, "number of fetal movements"};
@@ -36,8 +35,8 @@ Words measurements(const char* decelerationMeaning) {
              "variability amplitude: mean peak-to-trough swing between events, bpm (not a "
              "number when no swing qualifies)",
              WordKind::Double},
-            {"oscillationFrequency", 38, "oscillation frequency: most swings within one 60-sample span",
-             WordKind::Double},
+            {"oscillationFrequency", 38,
+             "oscillation frequency: most swings within one 60-sample span", WordKind::Double},
             {"accelerationCount", 40, "number of accelerations"},
             {"decelerationCount", 41, decelerationMeaning},
             kMovementCount};
@@ -57,24 +56,45 @@ const Words kDecelerationTypes = {
     {"decTypeCount4", 48, "number of other decelerations"}};
 
 const Words kAcogFlags = {
-    {"acogBaselineFlags", 7, "baseline flags", WordKind::Flags,
+    {"acogBaselineFlags",
+     7,
+     "baseline flags",
+     WordKind::Flags,
      {"110-160 bpm", "above 160 bpm (tachycardia)", "109 bpm or below with variability",
       "109 bpm or below, variability absent"}},
-    {"acogVariabilityFlags", 11, "variability flags", WordKind::Flags,
+    {"acogVariabilityFlags",
+     11,
+     "variability flags",
+     WordKind::Flags,
      {"moderate (5-25 bpm)", "absent", "minimal (below 5 bpm)", "marked (above 25 bpm)",
       "absent, with bradycardia or recurrent decelerations"}},
-    {"acogAccelerationFlags", 16, "acceleration flags", WordKind::Flags,
+    {"acogAccelerationFlags",
+     16,
+     "acceleration flags",
+     WordKind::Flags,
      {"present", "absent", "flag 2", "absent"}},
-    {"acogDecFlagsA", 20, "early deceleration flags", WordKind::Flags,
+    {"acogDecFlagsA",
+     20,
+     "early deceleration flags",
+     WordKind::Flags,
      {"early decelerations present", "no early decelerations", "no early decelerations"}},
-    {"acogDecFlagsB", 24, "late or low deceleration flags", WordKind::Flags,
+    {"acogDecFlagsB",
+     24,
+     "late or low deceleration flags",
+     WordKind::Flags,
      {"no late or low decelerations", "recurrent late or low decelerations with variability",
       "decelerations present", "reserved flag",
       "recurrent late or low decelerations, variability absent"}},
-    {"acogDecFlagsC", 29, "delayed deceleration flags", WordKind::Flags,
+    {"acogDecFlagsC",
+     29,
+     "delayed deceleration flags",
+     WordKind::Flags,
      {"no delayed decelerations", "recurrent delayed decelerations, moderate variability",
       "recurrent delayed decelerations, variability absent"}},
-    {"acogPatternFlags", 32, "pattern flags", WordKind::Flags,
+    {"acogPatternFlags",
+     32,
+     "pattern flags",
+     WordKind::Flags,
      {"no pattern input", "no pattern input", "pattern input present"}}};
 
 // The contraction method gives words 0..7 meanings of its own.
@@ -112,9 +132,12 @@ const std::vector<MethodFacts>& methodFacts() {
          join({kScores,
                {{"strongContractionFlag", 23,
                  "1 when two or more strong contractions were found, else 0"}},
-               measurements(kDeepDecelerations), kDecelerationTypes})},
+               measurements(kDeepDecelerations),
+               kDecelerationTypes})},
         {Method::Acog, "acog", "ACOG", std::nullopt, 35,
-         join({kAcogFlags, measurements(kDeepDecelerations), kDecelerationTypes,
+         join({kAcogFlags,
+               measurements(kDeepDecelerations),
+               kDecelerationTypes,
                {{"acogReservedE", 49, "reserved, written as 0"},
                 {"acogReservedF", 50, "reserved, written as 0"}}})},
         {Method::Uc, "uc", "Contraction", 2, 0, kContractionWords},

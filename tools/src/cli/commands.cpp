@@ -89,9 +89,9 @@ int runAnalyzeCommand(const AnalyzeArguments& arguments, const GlobalArguments& 
     }
     if (arguments.format == "json") {
         const nlohmann::ordered_json doc = {{"tool", "ctgscore"},
-                                    {"methods", arguments.analysis.method},
-                                    {"parameters", parametersDoc(options.analysis)},
-                                    {"recordings", recordings}};
+                                            {"methods", arguments.analysis.method},
+                                            {"parameters", parametersDoc(options.analysis)},
+                                            {"recordings", recordings}};
         std::cout << dumpJson(doc, 2) << '\n';
     } else {
         writeTable(std::cout, recordings);
@@ -133,7 +133,8 @@ int runSimulateCommand(const SimulateArguments& arguments) {
         writeRecordingCsv(std::cout, recording);
         return std::cout ? kExitOk : kExitInputError;
     }
-    writeFile(arguments.output, [&recording](std::ostream& out) { writeRecordingCsv(out, recording); });
+    writeFile(arguments.output,
+              [&recording](std::ostream& out) { writeRecordingCsv(out, recording); });
     return kExitOk;
 }
 

@@ -169,19 +169,19 @@ json contractionItems(const MethodResult& result, int rate) {
     };
     json items = json::array();
     const bool measured = value("lastEndMinusLastPeak") != -1;
-    items.push_back(item("intensity", measured ? "strongest contraction " +
-                                                     std::to_string(value("peakContraction")) +
-                                                     " in the first 5 minutes: rating " +
-                                                     std::to_string(value("intensityRating")) +
-                                                     " of 2"
-                                               : "fewer than two contractions found: rating 0 of 2"));
+    items.push_back(item("intensity", measured
+                                          ? "strongest contraction " +
+                                                std::to_string(value("peakContraction")) +
+                                                " in the first 5 minutes: rating " +
+                                                std::to_string(value("intensityRating")) + " of 2"
+                                          : "fewer than two contractions found: rating 0 of 2"));
     items.push_back(
         item("baseline", "baseline " + std::to_string(value("baselineFhrCopy")) + " bpm"));
     if (!measured) return items;
-    items.push_back(item("last_contraction",
-                         "last contraction: peak at " + clock("lastContractionPeak") + ", end at " +
-                             clock("lastContractionEnd") + " (" + clock("lastEndMinusLastPeak") +
-                             " after the peak)"));
+    items.push_back(
+        item("last_contraction", "last contraction: peak at " + clock("lastContractionPeak") +
+                                     ", end at " + clock("lastContractionEnd") + " (" +
+                                     clock("lastEndMinusLastPeak") + " after the peak)"));
     items.push_back(item("previous_contraction",
                          "previous contraction ended at " + clock("previousContractionEnd") + ", " +
                              clock("lastPeakMinusPreviousEnd") + " before the last peak"));

@@ -14,12 +14,13 @@ struct ReportOptions {
     bool includeBaselineCurve = false;
 };
 
-nlohmann::ordered_json describeResult(const MethodResult& result, int rate, const ReportOptions& options);
+nlohmann::ordered_json describeResult(const MethodResult& result, int rate,
+                                      const ReportOptions& options);
 
 // The recording (file, name, length, rate, signal loss) with a "results" array.
 nlohmann::ordered_json describeRecording(const std::string& path, const Recording& recording,
-                                 const std::vector<MethodResult>& results,
-                                 const ReportOptions& options);
+                                         const std::vector<MethodResult>& results,
+                                         const ReportOptions& options);
 
 // The entry for a file that could not be read or analyzed.
 nlohmann::ordered_json describeFileFailure(const std::string& path, const std::string& error);

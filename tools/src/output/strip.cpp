@@ -96,26 +96,6 @@ int stretchSamples(int rate, int samples) {
     return static_cast<int>(std::clamp<long>(kStretchSeconds * rate, 1, std::max(samples, 1)));
 }
 
-// Consecutive stretches share their boundary sample, so the line goes on unbroken.
-std::string tracePaths(const std::string& attributes, int samples, int rate,
-                       const std::function<std::optional<double>(int)>& valueAt, int decimals) {
-    std::string paths;
-    const int stretch = stretchSamples(rate, samples);
-    for (int first = 0; first < samples; first += std::min(stretch, samples - first)) {
-        PathData data(decimals);
-        for (int i = std::max(first - 1, 0); i < first + std::min(stretch, samples - first); ++i) {
-            if (const std::optional<double> value = valueAt(i)) {
-                data.lineTo(i, *value);
-            } else {
-                data.lift();
-            }
-        }
-        const std::string text = data.finish();
-        if (!text.empty()) paths += path(attributes, text);
-    }
-    return paths;
-}
-
 using ValueAt = std::function<std::optional<double>(int)>;
 
 // Consecutive stretches share their boundary sample, so the line goes on unbroken.
@@ -142,7 +122,7 @@ std::string tracePaths(const std::string& attributes, int first, int end, int ra
 // its values: the overview's outline of a long recording without its every sample.
 constexpr int kOverviewColumns = 1200;
 
-std::string envelopePath(int samples, const std::function<std::optional<double>(int)>& valueAt) {
+std::string envelopePath(int samples, const ValueAt& valueAt) {
     PathData path(0);
     const int step = std::max(1, (samples + kOverviewColumns - 1) / kOverviewColumns);
     for (int first = 0, column = 0; first < samples; first += step, ++column) {
@@ -291,7 +271,8 @@ std::string Drawing::paper() const {
                       mm((kNormalHigh - kNormalLow) * kMmPerBpm) + "\"/>\n";
     std::string minor, major;
     for (int bpm = kFhrLow + kFhrMinorStep; bpm < kFhrHigh; bpm += kFhrMinorStep) {
-        (bpm % kFhrMajorStep == 0 ? major : minor) += "M" + left + " " + mm(fhrY(bpm)) + "H" + right;
+        (bpm % kFhrMajorStep == 0 ? major : minor) +=
+            "M" + left + " " + mm(fhrY(bpm)) + "H" + right;
     }
     for (int units = kTocoMinorStep; units < kTocoHigh; units += kTocoMinorStep) {
         (units % kTocoMajorStep == 0 ? major : minor) +=
@@ -303,13 +284,14 @@ std::string Drawing::paper() const {
     const long lastSecond = end_ / recording_.rate;
     for (long from = firstSecond; from < lastSecond; from += kStretchSeconds) {
         std::string seconds, minutes;
-        for (long second = from + kMinorSeconds; second <= std::min(from + kStretchSeconds, lastSecond);
-             second += kMinorSeconds) {
+        for (long second = from + kMinorSeconds;
+             second <= std::min(from + kStretchSeconds, lastSecond); second += kMinorSeconds) {
             (second % kMajorSeconds == 0 ? minutes : seconds) +=
                 "M" + x(second) + " 0V" + mm(kFhrBottom) + "M" + x(second) + " " + mm(kTocoTop) +
                 "V" + mm(kTocoBottom);
         }
-        out += path(" class=\"grid seconds off\"", seconds) + path(" class=\"grid major\"", minutes);
+        out +=
+            path(" class=\"grid seconds off\"", seconds) + path(" class=\"grid major\"", minutes);
     }
     return out;
 }
@@ -345,10 +327,10 @@ std::string Drawing::eventShapes() const {
 
 // Trace and baseline curves in bpm, drawn through a transform onto the panel.
 std::string Drawing::heartRateLayer() const {
-    return panelGroup(" clip-path=\"url(#fhr-clip)\"", fhrY(0), kMmPerBpm,
-                      tracePaths(" class=\"fhr\"", first_, end_, recording_.rate,
-                                 heartRateAt(recording_), 0) +
-                          baselineCurves());
+    return panelGroup(
+        " clip-path=\"url(#fhr-clip)\"", fhrY(0), kMmPerBpm,
+        tracePaths(" class=\"fhr\"", first_, end_, recording_.rate, heartRateAt(recording_), 0) +
+            baselineCurves());
 }
 
 // Methods often share a baseline curve: each distinct curve is drawn once,
@@ -361,8 +343,9 @@ std::string Drawing::baselineCurves() const {
             continue;
         }
         auto curve = (*method.result)["baseline"]["curve"].get<std::vector<double>>();
-        const auto same = std::find_if(curves.begin(), curves.end(),
-                                       [&curve](const auto& known) { return known.first == curve; });
+        const auto same = std::find_if(curves.begin(), curves.end(), [&curve](const auto& known) {
+            return known.first == curve;
+        });
         if (same != curves.end()) {
             same->second.push_back(method.name);
         } else {
@@ -416,9 +399,10 @@ std::string Drawing::contractionMarks() const {
             return "M" + std::to_string(words[name].get<int>()) + " " + mm(kTocoTop) + "V" +
                    mm(kTocoBottom);
         };
-        out += path(methodAttributes(methods_, {method.name}, "peak"), line("lastContractionPeak")) +
-               path(methodAttributes(methods_, {method.name}, "contraction-end"),
-                    line("lastContractionEnd") + line("previousContractionEnd"));
+        out +=
+            path(methodAttributes(methods_, {method.name}, "peak"), line("lastContractionPeak")) +
+            path(methodAttributes(methods_, {method.name}, "contraction-end"),
+                 line("lastContractionEnd") + line("previousContractionEnd"));
     }
     return out;
 }

@@ -71,8 +71,8 @@ Layout makeLayout(const Recording& recording, const PlotOptions& options) {
     layout.firstSecond = from * 60.0;
     layout.lastSecond = to * 60.0;
     layout.first = static_cast<int>(std::ceil(layout.firstSecond * recording.rate));
-    layout.end =
-        std::min(static_cast<int>(std::floor(layout.lastSecond * recording.rate)) + 1, recording.samples());
+    layout.end = std::min(static_cast<int>(std::floor(layout.lastSecond * recording.rate)) + 1,
+                          recording.samples());
     layout.pxPerMinute = std::clamp(1800.0 / (to - from), 4.0, 120.0);
     layout.chartRight = layout.x(layout.lastSecond);
     layout.width = std::max(layout.chartRight + kRight, kMinimumWidth);
@@ -88,8 +88,8 @@ public:
              << "\" x2=\"" << px(x2) << "\" y2=\"" << px(y2) << "\"/>\n";
     }
     void rect(double x, double y, double w, double h, const char* cls) {
-        out_ << "<rect class=\"" << cls << "\" x=\"" << px(x) << "\" y=\"" << px(y)
-             << "\" width=\"" << px(w) << "\" height=\"" << px(h) << "\"/>\n";
+        out_ << "<rect class=\"" << cls << "\" x=\"" << px(x) << "\" y=\"" << px(y) << "\" width=\""
+             << px(w) << "\" height=\"" << px(h) << "\"/>\n";
     }
     void text(double x, double y, const std::string& content, const char* cls,
               const char* anchor = "start") {
@@ -111,9 +111,8 @@ void drawStrip(SvgWriter& svg, const Layout& layout, const strip::Drawing& drawi
             px(layout.chartRight - kLeft) + "\" height=\"" + px(layout.stripBottom - kTop) +
             "\" viewBox=\"" + px(layout.firstSecond * layout.rate) + " 0 " +
             px((layout.lastSecond - layout.firstSecond) * layout.rate) + " " +
-            px(strip::kTocoBottom) +
-            "\" preserveAspectRatio=\"none\">\n<defs>" + drawing.clipPaths() + "</defs>\n" +
-            drawing.content() + "</svg>\n");
+            px(strip::kTocoBottom) + "\" preserveAspectRatio=\"none\">\n<defs>" +
+            drawing.clipPaths() + "</defs>\n" + drawing.content() + "</svg>\n");
 }
 
 void drawValueLabels(SvgWriter& svg, const Layout& layout) {

@@ -29,8 +29,7 @@ void writeResult(std::ostream& out, const json& result) {
         out << ": " << result["score"].get<int>() << " of " << result["max_score"].get<int>();
     }
     out << '\n';
-    for (const json& item : result["items"])
-        out << "    " << text(item["text"]) << '\n';
+    for (const json& item : result["items"]) out << "    " << text(item["text"]) << '\n';
     if (result.contains("accelerations"))
         writeEvents(out, "accelerations", result["accelerations"]);
     if (result.contains("decelerations"))
@@ -43,11 +42,11 @@ void writeRecording(std::ostream& out, const json& recording) {
         out << text(recording["error"]) << "\n\n";
         return;
     }
-    out << text(recording["file"]) << ": " << fixed(recording["minutes"].get<double>(), 1) << " min, "
-        << recording["samples"].get<int>() << " samples at " << recording["rate"].get<int>()
-        << " Hz, signal loss " << fixed(recording["signal_loss_percent"].get<double>(), 1) << " %";
-    if (recording.contains("start_time"))
-        out << ", started " << text(recording["start_time"]);
+    out << text(recording["file"]) << ": " << fixed(recording["minutes"].get<double>(), 1)
+        << " min, " << recording["samples"].get<int>() << " samples at "
+        << recording["rate"].get<int>() << " Hz, signal loss "
+        << fixed(recording["signal_loss_percent"].get<double>(), 1) << " %";
+    if (recording.contains("start_time")) out << ", started " << text(recording["start_time"]);
     out << '\n';
     for (const json& result : recording["results"]) writeResult(out, result);
     out << '\n';

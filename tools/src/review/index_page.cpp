@@ -19,9 +19,8 @@ std::vector<Method> methodsRun(const std::vector<IndexEntry>& entries) {
         const bool ran = std::any_of(entries.begin(), entries.end(), [&](const IndexEntry& entry) {
             if (!entry.description.contains("results")) return false;
             const json& results = entry.description["results"];
-            return std::any_of(results.begin(), results.end(), [&](const json& result) {
-                return result["method"] == facts.name;
-            });
+            return std::any_of(results.begin(), results.end(),
+                               [&](const json& result) { return result["method"] == facts.name; });
         });
         if (ran) methods.push_back(facts.method);
     }

@@ -47,8 +47,8 @@ private:
     void writeHeader(const std::string& name) {
         out_ << "<header>\n<h1>" << escapeXml(name) << "</h1>\n<p class=\"facts\">"
              << escapeXml(text(description_["file"])) << " &middot; "
-             << fixed(recording_.minutes(), 1) << " min, " << recording_.samples()
-             << " samples at " << recording_.rate << " Hz &middot; signal loss "
+             << fixed(recording_.minutes(), 1) << " min, " << recording_.samples() << " samples at "
+             << recording_.rate << " Hz &middot; signal loss "
              << fixed(description_["signal_loss_percent"].get<double>(), 1) << " %";
         if (description_.contains("start_time")) {
             out_ << " &middot; started " << escapeXml(text(description_["start_time"]));
@@ -201,10 +201,10 @@ private:
         out_ << "<div class=\"table-box\"><table id=\"event-table\"><thead><tr><th>Method</th>"
                 "<th>Kind</th><th>Start</th><th>End</th><th>Duration</th></tr></thead><tbody>\n";
         for (const strip::StripEvent& event : events_) {
-            out_ << "<tr" << strip::methodAttributes(methods_, {event.method}, event.kind) << " data-event=\""
-                 << event.id << "\" data-start=\"" << fixed(event.startSeconds, 3)
-                 << "\" data-end=\"" << fixed(event.endSeconds, 3) << "\"><td>"
-                 << escapeXml(event.title) << "</td><td>" << event.kind << "</td><td>"
+            out_ << "<tr" << strip::methodAttributes(methods_, {event.method}, event.kind)
+                 << " data-event=\"" << event.id << "\" data-start=\""
+                 << fixed(event.startSeconds, 3) << "\" data-end=\"" << fixed(event.endSeconds, 3)
+                 << "\"><td>" << escapeXml(event.title) << "</td><td>" << event.kind << "</td><td>"
                  << clockTime(event.startSeconds) << "</td><td>" << clockTime(event.endSeconds)
                  << "</td><td>" << clockTime(event.endSeconds - event.startSeconds)
                  << "</td></tr>\n";

@@ -27,7 +27,8 @@ int unnamedScratchFile() {
         (std::filesystem::temp_directory_path() / "ctgscore-work-XXXXXX").string();
     const int descriptor = mkstemp(pattern.data());
     if (descriptor < 0) {
-        throw std::runtime_error("cannot make a scratch file: " + std::string(std::strerror(errno)));
+        throw std::runtime_error("cannot make a scratch file: " +
+                                 std::string(std::strerror(errno)));
     }
     unlink(pattern.c_str());
     return descriptor;
@@ -70,8 +71,8 @@ std::string readAll(int descriptor) {
 
 ProcessOutcome outcome(int status, std::string written) {
     if (WIFSIGNALED(status)) {
-        return {false, "", "the analysis process was killed by signal " +
-                               std::to_string(WTERMSIG(status))};
+        return {false, "",
+                "the analysis process was killed by signal " + std::to_string(WTERMSIG(status))};
     }
     const int code = WEXITSTATUS(status);
     if (code == kWorkDone) return {true, std::move(written), ""};
@@ -98,8 +99,8 @@ void OwnProcesses::start(std::size_t key, const std::function<std::string()>& wo
     if (pid == 0) runChild(work, scratch);
     if (pid < 0) {
         close(scratch);
-        ended_[key] = {false, "", "cannot start an analysis process: " +
-                                      std::string(std::strerror(errno))};
+        ended_[key] = {false, "",
+                       "cannot start an analysis process: " + std::string(std::strerror(errno))};
         return;
     }
     running_[pid] = {key, scratch};
