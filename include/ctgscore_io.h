@@ -16,6 +16,13 @@
 #ifndef CTGSCORE_IO_H
 #define CTGSCORE_IO_H
 
+/** Marks the exported functions (default symbol visibility). */
+#if defined(__GNUC__)
+#define CTGIO_API __attribute__((visibility("default")))
+#else
+#define CTGIO_API
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -78,7 +85,7 @@ typedef struct ctgio_error {
  * @brief The default options: CSV at 4 samples per second, heart-rate channel 1.
  * @return the options.
  */
-ctgio_options ctgio_default_options(void);
+CTGIO_API ctgio_options ctgio_default_options(void);
 
 /**
  * @brief The format a file is read as.
@@ -89,7 +96,7 @@ ctgio_options ctgio_default_options(void);
  * @param path the file.
  * @return a ::ctgio_format; ::CTGIO_FORMAT_UNKNOWN when neither tells.
  */
-int ctgio_detect(const char* path);
+CTGIO_API int ctgio_detect(const char* path);
 
 /**
  * @brief Reads a recording file.
@@ -99,13 +106,13 @@ int ctgio_detect(const char* path);
  * @return the recording, to be released with ctgio_free(); NULL when the file
  *         cannot be read.
  */
-ctgio_recording* ctgio_read(const char* path, const ctgio_options* options, ctgio_error* error);
+CTGIO_API ctgio_recording* ctgio_read(const char* path, const ctgio_options* options, ctgio_error* error);
 
 /**
  * @brief Releases a recording returned by ctgio_read().
  * @param recording the recording; NULL is ignored.
  */
-void ctgio_free(ctgio_recording* recording);
+CTGIO_API void ctgio_free(ctgio_recording* recording);
 
 #ifdef __cplusplus
 }
