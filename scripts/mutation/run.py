@@ -33,7 +33,7 @@ import tomllib
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 FAULTS = pathlib.Path(__file__).resolve().with_name("faults.toml")
-AREAS = ("library", "kernels", "tool", "python", "review")
+AREAS = ("library", "kernels", "io", "tool", "python", "review")
 SLOW_TEST = "WeightedModeBaseline.FastFormMatchesTheWrittenFormOnResearchRecordings"
 SUITE_ENV = {"CTGSCORE_RECORDINGS_LIMIT": "30"}
 # ctest result lines: "  7/112 Test  #9: Name .......   Passed    0.12 sec"
