@@ -48,21 +48,23 @@ std::vector<int> movementWordsPerSecond(const std::vector<int>& fm, int rate) {
 
 void checkOptions(const char* path, const ctgio_options& options) {
     if (options.csv_rate < 1) {
-        throw InputError(path, "csv_rate " + std::to_string(options.csv_rate) +
-                                   " is not 1 or more samples per second",
-                         CTGIO_ERROR_ARGUMENT);
+        throw InputError(
+            path,
+            "csv_rate " + std::to_string(options.csv_rate) + " is not 1 or more samples per second",
+            CTGIO_ERROR_ARGUMENT);
     }
     if (options.fhr_channel < CTGIO_CHANNEL_FIRST || options.fhr_channel > CTGIO_CHANNEL_MAXIMUM) {
-        throw InputError(path, "fhr_channel " + std::to_string(options.fhr_channel) +
-                                   " is not 1, 2 or 3 (maximum)",
-                         CTGIO_ERROR_ARGUMENT);
+        throw InputError(
+            path,
+            "fhr_channel " + std::to_string(options.fhr_channel) + " is not 1, 2 or 3 (maximum)",
+            CTGIO_ERROR_ARGUMENT);
     }
 }
 
 ctgio_recording* toC(const ctgio::Recording& read) {
     if (read.fhr.size() > INT_MAX) throw InputError(read.path, "too many samples");
-    std::unique_ptr<ctgio_recording, decltype(&ctgio_free)> recording(
-        allocate<ctgio_recording>(1), &ctgio_free);
+    std::unique_ptr<ctgio_recording, decltype(&ctgio_free)> recording(allocate<ctgio_recording>(1),
+                                                                      &ctgio_free);
     recording->format = read.format;
     recording->rate = read.rate;
     recording->samples = static_cast<int>(read.fhr.size());
@@ -95,9 +97,7 @@ void report(ctgio_error* error, ctgio_status code, const std::string& message) {
 
 extern "C" {
 
-ctgio_options ctgio_default_options(void) {
-    return ctgio_options{4, CTGIO_CHANNEL_FIRST};
-}
+ctgio_options ctgio_default_options(void) { return ctgio_options{4, CTGIO_CHANNEL_FIRST}; }
 
 int ctgio_detect(const char* path) {
     if (path == nullptr) return CTGIO_FORMAT_UNKNOWN;

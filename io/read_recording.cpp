@@ -58,7 +58,7 @@ bool isUtf8(const std::string& bytes, bool cutShort) {
 
 // The kind of text the first meaningful line announces.
 ctgio_format formatOfFirstLine(std::string head, bool cutShort) {
-    if (head.compare(0, 3, "\xEF\xBB\xBF") == 0) head.erase(0, 3);  // byte-order mark
+    if (head.compare(0, 3, "\xEF\xBB\xBF") == 0) head.erase(0, 3);      // byte-order mark
     if (cutShort) head.erase(std::min(head.size(), head.rfind('\n')));  // a line may be cut
     std::istringstream lines(head);
     for (std::string line; std::getline(lines, line);) {
@@ -97,9 +97,8 @@ ctgio_format detectFormat(const std::string& path) {
 Recording readRecording(const std::string& path, const ctgio_options& options) {
     const ctgio_format format = detectFormat(path);
     // A .dat signal file is read through the header beside it.
-    const std::string source = lowerExtension(path) == ".dat"
-                                   ? fs::path(path).replace_extension(".hea").string()
-                                   : path;
+    const std::string source =
+        lowerExtension(path) == ".dat" ? fs::path(path).replace_extension(".hea").string() : path;
     Recording recording;
     switch (format) {
         case CTGIO_FORMAT_CSV:

@@ -14,8 +14,8 @@ namespace tooltest {
 
 std::string readFile(const std::string& path);
 
-using testing_support::FhrmaSample;
 using testing_support::fhrmaBytes;
+using testing_support::FhrmaSample;
 using testing_support::format16Bytes;
 using testing_support::writeFile;
 
