@@ -45,8 +45,9 @@ Read readOf(const std::string& path, const ctgio_options& options = ctgio_defaul
 Outcome failureOf(const char* path, const ctgio_options* options = nullptr) {
     ctgio_error error{};
     ctgio_recording* recording = ctgio_read(path, options, &error);
+    const Outcome outcome{recording == nullptr ? error.code : CTGIO_OK, error.message};
     ctgio_free(recording);
-    return {recording == nullptr ? error.code : CTGIO_OK, error.message};
+    return outcome;
 }
 
 Ints fhrOf(const std::string& path, ctgio_channel channel) {
@@ -116,6 +117,9 @@ TEST(IoReaders, WfdbSignalsByNameWithGainBaselineAndRate) {
                         1584261000);
     EXPECT_EQ(readOf("rec.hea"), expected);
     EXPECT_EQ(readOf("rec.dat"), expected);
+    ctgio_recording* viaSignals = ctgio_read("rec.dat", nullptr, nullptr);
+    EXPECT_STREQ(viaSignals->path, "rec.hea");  // the file read is the header
+    ctgio_free(viaSignals);
 
     // Signals in separate files, the baseline taken from the ADC zero.
     writeFile("split.hea",
