@@ -132,7 +132,7 @@ TEST(IoReaders, WfdbSignalsByNameWithGainBaselineAndRate) {
 
 TEST(IoReaders, FormatByExtensionElseByFirstBytes) {
     const std::vector<std::tuple<std::string, std::string, int>> cases = {
-        {"a/B.CSV", "", CTGIO_FORMAT_CSV},  // the extension decides, even unread
+        {"a/B.CSV", "", CTGIO_FORMAT_CSV},  // the extension decides, whatever the content
         {"r.Fhr", "fhr,uc\n", CTGIO_FORMAT_FHRMA},
         {"r.HEA", "", CTGIO_FORMAT_WFDB},
         {"r.DaT", "", CTGIO_FORMAT_WFDB},
