@@ -16,6 +16,13 @@
 #ifndef CTGSCORE_IO_H
 #define CTGSCORE_IO_H
 
+/** Marks the exported functions (default symbol visibility). */
+#if defined(__GNUC__)
+#define CTGIO_API __attribute__((visibility("default")))
+#else
+#define CTGIO_API
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -78,34 +85,44 @@ typedef struct ctgio_error {
  * @brief The default options: CSV at 4 samples per second, heart-rate channel 1.
  * @return the options.
  */
-ctgio_options ctgio_default_options(void);
+CTGIO_API ctgio_options ctgio_default_options(void);
 
 /**
  * @brief The format a file is read as.
  *
  * The extension decides when it is one the readers know (`.csv`, `.fhr`,
  * `.hea`, and `.dat` for the WFDB signal file whose `.hea` lies beside it),
- * in any case; any other file is recognised from its first bytes.
+ * in any case; any other file is recognised from its first bytes: CSV when
+ * the first non-blank line names an `fhr` column, WFDB when the first line
+ * that is neither blank nor a `#` comment is a name and a whole signal count
+ * of 1 to 10000, FHRMA when the bytes hold a NUL or are not UTF-8 text.
  * @param path the file.
- * @return a ::ctgio_format; ::CTGIO_FORMAT_UNKNOWN when neither tells.
+ * @return a ::ctgio_format; ::CTGIO_FORMAT_UNKNOWN when neither tells (also
+ *         for a NULL path, or a file without a known extension that cannot be
+ *         opened).
  */
-int ctgio_detect(const char* path);
+CTGIO_API int ctgio_detect(const char* path);
 
 /**
  * @brief Reads a recording file.
+ *
+ * The file is read in the format ctgio_detect() gives; an unknown format is
+ * a ::CTGIO_ERROR_FORMAT.  The options are checked whatever the format.
  * @param path the file (for WFDB the `.hea` header or its `.dat` signal file).
  * @param options how to read it; NULL for ctgio_default_options().
- * @param error filled with the reason when the file cannot be read (may be NULL).
+ * @param error filled with the reason when the file cannot be read, and with
+ *        ::CTGIO_OK and an empty message when it can (may be NULL).
  * @return the recording, to be released with ctgio_free(); NULL when the file
  *         cannot be read.
  */
-ctgio_recording* ctgio_read(const char* path, const ctgio_options* options, ctgio_error* error);
+CTGIO_API ctgio_recording* ctgio_read(const char* path, const ctgio_options* options,
+                                      ctgio_error* error);
 
 /**
  * @brief Releases a recording returned by ctgio_read().
  * @param recording the recording; NULL is ignored.
  */
-void ctgio_free(ctgio_recording* recording);
+CTGIO_API void ctgio_free(ctgio_recording* recording);
 
 #ifdef __cplusplus
 }

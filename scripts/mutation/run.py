@@ -15,7 +15,7 @@ To keep a pass proportionate, the suite runs without the test
 WeightedModeBaseline.FastFormMatchesTheWrittenFormOnResearchRecordings
 (over two minutes; faster tests check the same exactness) and with
 CTGSCORE_RECORDINGS_LIMIT=30 (research recordings of up to 30 minutes).
-A full pass of the 70 faults takes about 25 minutes on a quiet 2-core machine.
+A full pass of the 76 faults takes about 25 minutes on a quiet 2-core machine.
 
 Run with Debian's Python:  /usr/bin/python3 scripts/mutation/run.py [FAULT-ID...]
 """
@@ -33,7 +33,7 @@ import tomllib
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 FAULTS = pathlib.Path(__file__).resolve().with_name("faults.toml")
-AREAS = ("library", "kernels", "tool", "python", "review")
+AREAS = ("library", "kernels", "io", "tool", "python", "review")
 SLOW_TEST = "WeightedModeBaseline.FastFormMatchesTheWrittenFormOnResearchRecordings"
 SUITE_ENV = {"CTGSCORE_RECORDINGS_LIMIT": "30"}
 # ctest result lines: "  7/112 Test  #9: Name .......   Passed    0.12 sec"

@@ -1,11 +1,13 @@
-/* A host written in C: includes the public header, checks the record layout
- * and calls the C functions.  Exits non-zero on the first failed check. */
+/* A host written in C: includes the public headers, checks the record layout,
+ * calls the scoring functions and reads a recording it writes through the
+ * readers' library.  Exits non-zero after the checks when one failed. */
 #include <stddef.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include "ctgscore.h"
+#include "ctgscore_io.h"
 
 _Static_assert(sizeof(QK4_FhrParameter) == 17 * sizeof(int), "parameter record: 17 ints");
 _Static_assert(sizeof(QK4_FhrResult) == CTGSCORE_RESULT_WORDS * 4, "result record: 54 words");
@@ -30,6 +32,31 @@ static void check(int condition, const char* what) {
     }
 }
 
+/* Eight samples at 4 Hz, one movement mark in the second second. */
+static void read_recording(void) {
+    FILE* file = fopen("host.csv", "w");
+    ctgio_error error;
+    ctgio_recording* recording;
+    if (file == NULL) {
+        check(0, "host.csv written");
+        return;
+    }
+    fputs("fhr,uc,fm\n", file);
+    for (int i = 0; i < 8; ++i) fprintf(file, "%d,10,%d\n", 140 + i, i == 5 ? 4 : 0);
+    fclose(file);
+    check(ctgio_detect("host.csv") == CTGIO_FORMAT_CSV, "format detected");
+    recording = ctgio_read("host.csv", NULL, &error);
+    check(recording != NULL && error.code == CTGIO_OK, "recording read");
+    if (recording != NULL) {
+        check(recording->samples == 8 && recording->fhr[7] == 147 && recording->seconds == 2 &&
+                  recording->movement_words[1] == 4 && strcmp(recording->name, "host") == 0,
+              "recording values");
+        ctgio_free(recording);
+    }
+    check(ctgio_read("absent.fhr", NULL, &error) == NULL && error.code == CTGIO_ERROR_NOT_FOUND,
+          "missing file reported");
+}
+
 int main(void) {
     static int fhr[SAMPLES];
     static int fm[SAMPLES / RATE];
@@ -51,6 +78,8 @@ int main(void) {
           "acceleration exported");
     check(QK4_getKrebsBaseline()->count == SAMPLES, "baseline curve exported");
     check(QK4_calFhrKrebs(fhr, fm, SAMPLES, 0)[0] == -1, "rate 0 fails the run");
+
+    read_recording();
 
     if (failures == 0) printf("c_consumer: all checks passed\n");
     return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;

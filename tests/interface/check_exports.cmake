@@ -1,13 +1,17 @@
-# Checks that the shared library exports exactly the 14 interface functions.
-# Usage: cmake -DNM=<nm> -DLIBRARY=<libctgscore.so> -P check_exports.cmake
+# Checks that a shared library exports exactly the expected functions: the
+# scoring library's 14 interface functions unless EXPECTED lists others.
+# Usage: cmake -DNM=<nm> -DLIBRARY=<lib.so> [-DEXPECTED=<name;...>] -P check_exports.cmake
 cmake_minimum_required(VERSION 3.25)
-set(expected
-  QK4_setParameter QK4_getParameter
-  QK4_calFhrKrebs QK4_getKrebsLocation QK4_getKrebsBaseline
-  QK4_calFhrUC QK4_getUCLocation QK4_getUCBaseline
-  QK4_calFhrFischer2 QK4_getFischer2Location QK4_getFischer2Baseline
-  # The ACOG functions keep their C++ names.
-  _Z14QK4_calFhrAcogPKiS0_S0_ii _Z19QK4_getAcogLocationv _Z19QK4_getAcogBaselinev)
+set(expected ${EXPECTED})
+if(NOT expected)
+  set(expected
+    QK4_setParameter QK4_getParameter
+    QK4_calFhrKrebs QK4_getKrebsLocation QK4_getKrebsBaseline
+    QK4_calFhrUC QK4_getUCLocation QK4_getUCBaseline
+    QK4_calFhrFischer2 QK4_getFischer2Location QK4_getFischer2Baseline
+    # The ACOG functions keep their C++ names.
+    _Z14QK4_calFhrAcogPKiS0_S0_ii _Z19QK4_getAcogLocationv _Z19QK4_getAcogBaselinev)
+endif()
 set(linker_symbols _init _fini _edata _end __bss_start)
 
 execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY}

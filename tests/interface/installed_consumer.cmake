@@ -1,6 +1,7 @@
 # Installs the build tree into a temporary prefix and uses it as a host would.
 # MODE=cmake: configures, builds and runs the consumer project (find_package).
-# MODE=pkgconfig: asks pkg-config for the flags and builds the C consumer with them.
+# MODE=pkgconfig: asks pkg-config for the flags of both libraries and builds the
+# C consumer with them.
 # Other inputs: BUILD_DIR, GENERATOR, CXX_COMPILER, C_COMPILER, CONSUMER_DIR,
 # C_CONSUMER, PKG_CONFIG, EXTRA_FLAGS (sanitizer flags, may be empty).
 cmake_minimum_required(VERSION 3.25)
@@ -32,24 +33,27 @@ endmacro()
 function(check_cmake_consumer prefix work)
   run_step("configuring the consumer" ${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${work}/build
     -G ${GENERATOR} -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH=${prefix}
-    -DCMAKE_CXX_COMPILER=${CXX_COMPILER} "-DCMAKE_CXX_FLAGS=${EXTRA_FLAGS}"
-    "-DCMAKE_EXE_LINKER_FLAGS=${EXTRA_FLAGS}")
+    -DCMAKE_CXX_COMPILER=${CXX_COMPILER} -DCMAKE_C_COMPILER=${C_COMPILER}
+    -DC_CONSUMER=${C_CONSUMER} "-DCMAKE_CXX_FLAGS=${EXTRA_FLAGS}"
+    "-DCMAKE_C_FLAGS=${EXTRA_FLAGS}" "-DCMAKE_EXE_LINKER_FLAGS=${EXTRA_FLAGS}")
   run_step("building the consumer" ${CMAKE_COMMAND} --build ${work}/build)
   run_in(${work}/run ${work}/build/consumer "the consumer built against the installed library")
+  run_in(${work}/run ${work}/build/c_consumer "the C consumer built through the CMake package")
 endfunction()
 
 function(check_pkgconfig prefix work)
-  file(GLOB_RECURSE pc_files ${prefix}/*/ctgscore.pc)
+  file(GLOB_RECURSE pc_files ${prefix}/*/ctgscore.pc ${prefix}/*/ctgscore-io.pc)
   list(LENGTH pc_files count)
-  if(NOT count EQUAL 1)
-    fail("expected one installed ctgscore.pc, found: ${pc_files}")
+  if(NOT count EQUAL 2)
+    fail("expected the installed ctgscore.pc and ctgscore-io.pc, found: ${pc_files}")
   endif()
-  get_filename_component(pc_dir ${pc_files} DIRECTORY)
+  list(GET pc_files 0 pc_file)
+  get_filename_component(pc_dir ${pc_file} DIRECTORY)
   get_filename_component(lib_dir ${pc_dir} DIRECTORY)
   run_step("pkg-config" ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${pc_dir}
-    ${PKG_CONFIG} --cflags --libs ctgscore)
+    ${PKG_CONFIG} --cflags --libs ctgscore ctgscore-io)
   string(STRIP "${step_output}" flags)
-  message(STATUS "pkg-config --cflags --libs ctgscore: ${flags}")
+  message(STATUS "pkg-config --cflags --libs ctgscore ctgscore-io: ${flags}")
   # Paths may come relative to the .pc file: compare them resolved.
   separate_arguments(flag_list UNIX_COMMAND "${flags}")
   set(found)
@@ -62,7 +66,7 @@ function(check_pkgconfig prefix work)
   endforeach()
   file(REAL_PATH ${prefix}/include include_dir)
   file(REAL_PATH ${lib_dir} lib_dir)
-  foreach(wanted -I${include_dir} -L${lib_dir} -lctgscore)
+  foreach(wanted -I${include_dir} -L${lib_dir} -lctgscore -lctgscore-io)
     if(NOT wanted IN_LIST found)
       fail("pkg-config flags '${flags}' lack '${wanted}' for prefix ${prefix}")
     endif()

@@ -74,4 +74,30 @@ std::vector<std::string> logMessages() {
 
 void clearLog() { fs::remove(todaysLogName()); }
 
+void writeFile(const std::string& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+static void appendLittleEndian(std::string& bytes, std::uint32_t value, int size) {
+    for (int i = 0; i < size; ++i) bytes += static_cast<char>((value >> (8 * i)) & 0xFF);
+}
+
+std::string fhrmaBytes(std::uint32_t startTime, const std::vector<FhrmaSample>& samples) {
+    std::string bytes;
+    appendLittleEndian(bytes, startTime, 4);
+    for (const FhrmaSample& sample : samples) {
+        appendLittleEndian(bytes, sample.fhr1, 2);
+        appendLittleEndian(bytes, sample.fhr2, 2);
+        appendLittleEndian(bytes, sample.toco, 1);
+        appendLittleEndian(bytes, 0, 1);  // status byte
+    }
+    return bytes;
+}
+
+std::string format16Bytes(const std::vector<int>& values) {
+    std::string bytes;
+    for (int value : values) appendLittleEndian(bytes, static_cast<std::uint16_t>(value), 2);
+    return bytes;
+}
+
 }  // namespace testing_support

@@ -1,6 +1,7 @@
 // Shared helpers of the test programs.
 #pragma once
 
+#include <cstdint>
 #include <ctime>
 #include <string>
 #include <vector>
@@ -29,5 +30,18 @@ std::string logNameOn(std::time_t day);
 std::string todaysLogName();
 // Removes today's log file.
 void clearLog();
+
+// Writes the bytes as the whole file.
+void writeFile(const std::string& path, const std::string& bytes);
+
+// FHRMA bytes: the start time, then per sample both heart-rate channels in
+// quarter beats and toco in half units.
+struct FhrmaSample {
+    unsigned fhr1, fhr2, toco;
+};
+std::string fhrmaBytes(std::uint32_t startTime, const std::vector<FhrmaSample>& samples);
+
+// Little-endian int16 values: WFDB format 16, signals interleaved sample by sample.
+std::string format16Bytes(const std::vector<int>& values);
 
 }  // namespace testing_support

@@ -10,37 +10,11 @@
 
 namespace tooltest {
 
-void writeFile(const std::string& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
 std::string readFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream bytes;
     bytes << in.rdbuf();
     return bytes.str();
-}
-
-static void appendLittleEndian(std::string& bytes, std::uint32_t value, int size) {
-    for (int i = 0; i < size; ++i) bytes += static_cast<char>((value >> (8 * i)) & 0xFF);
-}
-
-std::string fhrmaBytes(std::uint32_t startTime, const std::vector<FhrmaSample>& samples) {
-    std::string bytes;
-    appendLittleEndian(bytes, startTime, 4);
-    for (const FhrmaSample& sample : samples) {
-        appendLittleEndian(bytes, sample.fhr1, 2);
-        appendLittleEndian(bytes, sample.fhr2, 2);
-        appendLittleEndian(bytes, sample.toco, 1);
-        appendLittleEndian(bytes, 0, 1);  // status byte
-    }
-    return bytes;
-}
-
-std::string format16Bytes(const std::vector<int>& values) {
-    std::string bytes;
-    for (int value : values) appendLittleEndian(bytes, static_cast<std::uint16_t>(value), 2);
-    return bytes;
 }
 
 pid_t startTool(const std::vector<std::string>& arguments, const std::string& out,

@@ -8,20 +8,16 @@
 #include <string>
 #include <vector>
 
+#include "test_support.h"
+
 namespace tooltest {
 
-void writeFile(const std::string& path, const std::string& bytes);
 std::string readFile(const std::string& path);
 
-// FHRMA bytes: the start time, then per sample both heart-rate channels in
-// quarter beats and toco in half units.
-struct FhrmaSample {
-    unsigned fhr1, fhr2, toco;
-};
-std::string fhrmaBytes(std::uint32_t startTime, const std::vector<FhrmaSample>& samples);
-
-// Little-endian int16 values: WFDB format 16, signals interleaved sample by sample.
-std::string format16Bytes(const std::vector<int>& values);
+using testing_support::fhrmaBytes;
+using testing_support::FhrmaSample;
+using testing_support::format16Bytes;
+using testing_support::writeFile;
 
 // Starts ctgscore with the arguments in a process group of its own (so that a
 // test can kill it with its analysis processes), its scratch files under the
