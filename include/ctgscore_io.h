@@ -124,6 +124,21 @@ CTGIO_API ctgio_recording* ctgio_read(const char* path, const ctgio_options* opt
  */
 CTGIO_API void ctgio_free(ctgio_recording* recording);
 
+/**
+ * @brief The movement words the scoring library reads, from marks per sample.
+ *
+ * One word per whole second, the bitwise OR of that second's marks; a
+ * trailing partial second is dropped, as the scoring library never reads it.
+ * ctgio_read() fills ctgio_recording::movement_words this way.
+ * @param fm the marks, one per sample.
+ * @param samples the number of marks.
+ * @param rate samples per second.
+ * @param words receives samples / rate words.
+ * @return the number of words written; -1 when a pointer is NULL, samples is
+ *         negative or rate is below 1.
+ */
+CTGIO_API int ctgio_movement_words(const int* fm, int samples, int rate, int* words);
+
 #ifdef __cplusplus
 }
 #endif

@@ -37,15 +37,6 @@ char* copyOf(const std::string& text) {
     return copy;
 }
 
-// One word per whole second: the bitwise OR of that second's marks.
-std::vector<int> movementWordsPerSecond(const std::vector<int>& fm, int rate) {
-    std::vector<int> words(fm.size() / rate, 0);
-    for (std::size_t second = 0; second < words.size(); ++second) {
-        for (int k = 0; k < rate; ++k) words[second] |= fm[second * rate + k];
-    }
-    return words;
-}
-
 void checkOptions(const char* path, const ctgio_options& options) {
     if (options.csv_rate < 1) {
         throw InputError(
@@ -71,9 +62,9 @@ ctgio_recording* toC(const ctgio::Recording& read) {
     recording->fhr = copyOf(read.fhr);
     recording->uc = copyOf(read.uc);
     recording->fm = copyOf(read.fm);
-    const std::vector<int> words = movementWordsPerSecond(read.fm, read.rate);
-    recording->seconds = static_cast<int>(words.size());
-    recording->movement_words = copyOf(words);
+    recording->seconds = recording->samples / read.rate;
+    recording->movement_words = allocate<int>(recording->seconds);
+    ctgio_movement_words(recording->fm, recording->samples, read.rate, recording->movement_words);
     recording->has_start_time = read.startTime.has_value();
     recording->start_time = read.startTime.value_or(0);
     recording->name = copyOf(read.name);
@@ -127,6 +118,17 @@ ctgio_recording* ctgio_read(const char* path, const ctgio_options* options, ctgi
         report(error, CTGIO_ERROR_UNREADABLE, shownPath + ": unexpected error");
     }
     return nullptr;
+}
+
+int ctgio_movement_words(const int* fm, int samples, int rate, int* words) {
+    if (fm == nullptr || words == nullptr || samples < 0 || rate < 1) return -1;
+    const int seconds = samples / rate;
+    for (int second = 0; second < seconds; ++second) {
+        int word = 0;
+        for (int k = 0; k < rate; ++k) word |= fm[second * rate + k];
+        words[second] = word;
+    }
+    return seconds;
 }
 
 void ctgio_free(ctgio_recording* recording) {

@@ -234,6 +234,14 @@ TEST(IoReaders, OptionsAndArgumentsAreChecked) {
     EXPECT_EQ(failureOf(nullptr).code, CTGIO_ERROR_ARGUMENT);
     ctgio_free(ctgio_read("rec.csv", nullptr, nullptr));  // no options, no error record
     EXPECT_EQ(ctgio_read("absent.csv", nullptr, nullptr), nullptr);
+    const int marks[] = {0, 4, 0, 8, 1};
+    int words[2] = {-1, -1};
+    EXPECT_EQ(ctgio_movement_words(marks, 5, 2, words), 2);
+    EXPECT_EQ(std::vector<int>(words, words + 2), (std::vector<int>{4, 8}));
+    for (const auto& [samples, rate] : {std::pair{-1, 2}, std::pair{5, 0}}) {
+        EXPECT_EQ(ctgio_movement_words(marks, samples, rate, words), -1) << samples << rate;
+    }
+    EXPECT_EQ(ctgio_movement_words(nullptr, 5, 2, words), -1);
 
     // A message longer than the record is cut at a character boundary.
     std::string longPath;

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "output/text_format.h"
-#include "readers/readers.h"
+#include "recordings/recording_file.h"
 #include "recordings/recording.h"
 
 int main(int argc, char** argv) {

@@ -7,7 +7,7 @@
 
 #include "analysis/analysis.h"
 #include "output/description.h"
-#include "readers/readers.h"
+#include "recordings/recording_file.h"
 
 namespace ctgtool {
 

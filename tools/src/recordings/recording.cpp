@@ -3,18 +3,15 @@
 #include <algorithm>
 #include <cmath>
 
+#include "ctgscore_io.h"
+
 namespace ctgtool {
 
 std::vector<int> movementWordsPerSecond(const Recording& recording) {
-    std::vector<int> words;
-    if (recording.rate < 1) return words;
-    const std::size_t seconds = recording.fm.size() / recording.rate;
-    words.reserve(seconds);
-    for (std::size_t second = 0; second < seconds; ++second) {
-        int word = 0;
-        for (int k = 0; k < recording.rate; ++k) word |= recording.fm[second * recording.rate + k];
-        words.push_back(word);
-    }
+    if (recording.rate < 1) return {};
+    std::vector<int> words(recording.fm.size() / recording.rate);
+    ctgio_movement_words(recording.fm.data(), static_cast<int>(recording.fm.size()),
+                         recording.rate, words.data());
     return words;
 }
 

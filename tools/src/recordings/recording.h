@@ -38,6 +38,8 @@ class InputError : public std::runtime_error {
 public:
     InputError(const std::string& path, const std::string& problem)
         : std::runtime_error(path + ": " + problem) {}
+    // A message that already names the file ("<file>: <problem>").
+    explicit InputError(const std::string& message) : std::runtime_error(message) {}
 };
 
 }  // namespace ctgtool

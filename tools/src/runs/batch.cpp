@@ -13,7 +13,6 @@
 #include <sstream>
 
 #include "output/text_format.h"
-#include "readers/file_io.h"
 #include "runs/own_process.h"
 
 namespace ctgtool {
@@ -132,7 +131,9 @@ KeptLines keepCompleteLines(const std::string& output) {
     KeptLines kept;
     std::error_code missing;
     if (!fs::exists(output, missing)) return kept;
-    const std::string text = readWholeFile(output);
+    std::ostringstream bytes;
+    bytes << std::ifstream(output, std::ios::binary).rdbuf();
+    const std::string text = bytes.str();
     const std::size_t lastBreak = text.rfind('\n');
     const std::size_t complete = lastBreak == std::string::npos ? 0 : lastBreak + 1;
     if (complete < text.size()) {
