@@ -41,6 +41,7 @@ def test_figure_on_paper_scale_with_one_patch_per_event(analysed, tmp_path, pape
         len(krebs.accelerations), len(krebs.decelerations)) != (0, 0)
     assert gids(toco_ax.lines).count("contraction_end") == 2
     assert gids(marks_ax.lines) == ["movements"]
+    assert "; ".join(item.text for item in krebs.score_items()) in fig.texts[-4].get_text()
     fig.savefig(tmp_path / "strip.png", dpi=40)
     assert (tmp_path / "strip.png").read_bytes().startswith(b"\x89PNG")
     pyplot.close(fig)
@@ -67,7 +68,9 @@ def test_notebook_display(analysed):
     assert recording._repr_png_().startswith(b"\x89PNG")
     for shown in (results._repr_html_(), results["uc"]._repr_html_()):
         assert shown.startswith('<img src="data:image/png;base64,') and "</table>" in shown
-    assert "Krebs {}/12".format(results["krebs"].total_score) in results._repr_html_()
+    shown = results._repr_html_()
+    assert "<b>Krebs {}/12</b>".format(results["krebs"].total_score) in shown
+    assert "<td>intensity</td><td>{}</td>".format(results["uc"].score_items()[0].text) in shown
     bare = ctgscore.analyze(recording.fhr, method="krebs")
     assert bare.recording is None and bare._repr_html_().startswith("<table")
     assert not pyplot.get_fignums()  # the displays leave no pyplot figure open
