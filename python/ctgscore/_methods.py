@@ -119,8 +119,6 @@ _TYPED_FINDINGS = _heart_rate_findings(
     _int("decTypeCount4", 48, "number of other decelerations"),
 )
 
-_NOT_MEASURED = "(0 with fewer than two contractions)"
-
 METHOD_FACTS = (
     MethodFacts("krebs", "Krebs", 12, _SCORES + (
         _int("movementScore", 6, "fetal movements item, points"),
@@ -160,15 +158,16 @@ METHOD_FACTS = (
         _int("lastEndMinusLastPeak", 1, "last contraction end minus last contraction peak, "
              "samples (-1 with fewer than two contractions)"),
         _int("lastPeakMinusPreviousEnd", 2, "last contraction peak minus the previous "
-             f"contraction's end, samples {_NOT_MEASURED}"),
+             "contraction's end, samples (0 with fewer than two contractions)"),
         _int("baselineFhrCopy", 3, "baseline heart rate, bpm (copy of word 35)"),
-        _int("lastContractionEnd", 4, f"sample of the last contraction's end {_NOT_MEASURED}"),
-        _int("lastContractionPeak", 5,
-             f"sample of the last contraction's peak {_NOT_MEASURED}"),
-        _int("previousContractionEnd", 6,
-             f"sample of the previous contraction's end {_NOT_MEASURED}"),
-        _int("peakContraction", 7,
-             f"highest toco value of the first five minutes {_NOT_MEASURED}"),
+        _int("lastContractionEnd", 4, "sample of the last contraction's end (0 with fewer "
+             "than two contractions)"),
+        _int("lastContractionPeak", 5, "sample of the last contraction's peak (0 with fewer "
+             "than two contractions)"),
+        _int("previousContractionEnd", 6, "sample of the previous contraction's end (0 with "
+             "fewer than two contractions)"),
+        _int("peakContraction", 7, "highest toco value of the first five minutes (0 with "
+             "fewer than two contractions)"),
         _BASELINE,
         _MOVEMENTS,
     )),
