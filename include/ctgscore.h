@@ -24,17 +24,52 @@
  * daily run log "FhrScore_<year>_<month>_<day>.log" that every run appends to
  * in the working directory, its lines also echoed to standard output.
  *
- * This header compiles as C and as C++.  The three ACOG functions have C++
- * linkage and are therefore declared for C++ only.
+ * Standard output: every log line is also written to file descriptor 1 and
+ * flushed.  A host whose own standard output carries data (a filter in a
+ * pipe, a program printing results) keeps the echo out of it by pointing
+ * descriptor 1 elsewhere around each call: fflush(stdout), save descriptor 1
+ * with dup(1), dup2() an open descriptor of /dev/null (or of a log file) onto
+ * 1, call the library, fflush(stdout), then dup2() the saved descriptor back
+ * and close it.  No other thread may write to standard output meanwhile.  A
+ * host that cannot do that runs the analysis in a child process whose
+ * standard output goes elsewhere.  The daily file keeps every line either way.
+ *
+ * This header compiles as C (C99 or later) and as C++.  The three ACOG
+ * functions are exported under their C++ (mangled) names; C hosts reach them
+ * through the same declarations, bound to those names (see
+ * ::CTGSCORE_CXX_SYMBOL).
  */
 #ifndef CTGSCORE_H
 #define CTGSCORE_H
+
+/* The library's version: the build takes it from here for the shared object
+ * name (libctgscore.so.MAJOR) and the pkg-config and CMake package versions. */
+#define CTGSCORE_VERSION_MAJOR 1 /**< Major version: changes with an incompatible interface. */
+#define CTGSCORE_VERSION_MINOR 0 /**< Minor version: compatible additions. */
+#define CTGSCORE_VERSION_PATCH 0 /**< Patch version: fixes only. */
 
 /** Marks the exported functions (default symbol visibility). */
 #if defined(__GNUC__)
 #define CTGSCORE_API __attribute__((visibility("default")))
 #else
 #define CTGSCORE_API
+#endif
+
+/**
+ * @brief Binds a C declaration to a function that the library exports under
+ *        its C++ (mangled) name.
+ *
+ * For C++ it expands to nothing: the compiler mangles the name itself.  For C
+ * compiled by GCC or Clang it is the assembler-label extension,
+ * `__asm__("_Z14QK4_calFhrAcogPKiS0_S0_ii")`, so that a C call of
+ * QK4_calFhrAcog() links to that symbol.  Other C compilers see the plain
+ * names, which the library does not export: their hosts cannot use the three
+ * ACOG functions.
+ */
+#if defined(__GNUC__) && !defined(__cplusplus)
+#define CTGSCORE_CXX_SYMBOL(mangled) __asm__(mangled)
+#else
+#define CTGSCORE_CXX_SYMBOL(mangled)
 #endif
 
 #ifdef __cplusplus
@@ -73,11 +108,16 @@ typedef struct QK4_FhrParameter {
  *
  * Every word is -1 after a failed run, and every word a method does not fill
  * stays -1.  The doubles take two words each.  The contraction method gives
- * words 0..7 meanings of its own: 0 the intensity rating (0..2), 1 the last
- * contraction's end minus its peak, 2 the last peak minus the end before it,
- * 3 the baseline heart rate, 4 and 6 the last two contraction ends, 5 the
- * last peak, 7 the highest toco value of the first five minutes (positions in
- * samples).
+ * words 0..7 meanings of its own: read its result through ::QK4_UcResult.
+ *
+ * The ACOG method writes every slot of its seven flag groups, each 0 or 1.
+ * Within a group the rules are tried in slot order below and the first that
+ * holds sets its slot (two slots where noted); when none holds the group is
+ * all 0.  The rules read the baseline B (word 35), the variability amplitude
+ * A (words 36..37; NaN matches no amplitude rule), the acceleration count
+ * (word 40), all decelerations X (word 46) and the decelerations by type
+ * (words 44, 45, 47).  Which ACOG category the flags add up to is the
+ * host's decision.
  */
 typedef struct QK4_FhrResult {
     int totalScore;               /**< 0: total score (Krebs 0..12, Fischer 0..10); ACOG leaves it -1 */
@@ -87,14 +127,53 @@ typedef struct QK4_FhrResult {
     int accelerationScore;        /**< 4: accelerations item, points */
     int decelerationScore;        /**< 5: decelerations item, points */
     int movementScore;            /**< 6: fetal movements item (Krebs), points */
-    int acogBaselineFlags[4];     /**< 7..10: ACOG baseline flags, one-hot */
-    int acogVariabilityFlags[5];  /**< 11..15: ACOG variability flags, one-hot */
-    int acogAccelerationFlags[4]; /**< 16..19: ACOG acceleration flags, one-hot */
-    int acogDecFlagsA[3];         /**< 20..22: ACOG early-deceleration flags */
-    int strongContractionFlag;    /**< 23: Fischer: 1 when strong contractions were found */
-    int acogDecFlagsB[5];         /**< 24..28: ACOG late or low deceleration flags */
-    int acogDecFlagsC[3];         /**< 29..31: ACOG delayed-deceleration flags */
-    int acogPatternFlags[3];      /**< 32..34: ACOG pattern flags */
+    /**
+     * 7..10: ACOG baseline.  [0] normal: 110 <= B <= 160; [1] tachycardia:
+     * B > 160; [2] bradycardia with variability: B <= 109 and A > 0;
+     * [3] bradycardia without variability: B <= 109 and A = 0.
+     */
+    int acogBaselineFlags[4];
+    /**
+     * 11..15: ACOG variability.  [0] moderate: 5 <= A <= 25; [1] absent,
+     * without recurrent delayed decelerations: A = 0 and at most two of type 3;
+     * [2] minimal: 0 < A < 5; [3] marked: A > 25; [4] absent with recurrent
+     * decelerations or bradycardia: A < 0.1 and (B <= 109, more than two of
+     * type 2 or any of type 3), which in practice means A = 0 with more than
+     * two of type 3.
+     */
+    int acogVariabilityFlags[5];
+    /**
+     * 16..19: ACOG accelerations.  [0] present: at least one; [1] and [3]
+     * both set: none; [2] never set.
+     */
+    int acogAccelerationFlags[4];
+    /**
+     * 20..22: ACOG early decelerations (type 1).  [0] present: at least one;
+     * [1] and [2] both set: none.
+     */
+    int acogDecFlagsA[3];
+    int strongContractionFlag; /**< 23: Fischer: 1 when strong contractions were found */
+    /**
+     * 24..28: ACOG late or low decelerations (type 2).  [0] none of type 2;
+     * [1] recurrent with variability: more than two and 0 < A <= 25;
+     * [2] type 2 present otherwise: the rule is X >= 1, which holds whenever
+     * there are any; [3] set from word 49, which the method always sets to 0,
+     * so never; [4] recurrent without variability: more than two and
+     * A < 0.1, never reached in practice, since rule [2] holds first.
+     */
+    int acogDecFlagsB[5];
+    /**
+     * 29..31: ACOG delayed decelerations (type 3).  [0] none of type 3;
+     * [1] recurrent with moderate variability: more than two and
+     * 5 <= A <= 25; [2] recurrent without variability: more than two and
+     * A < 0.1.  One or two of type 3, or other amplitudes, set no slot.
+     */
+    int acogDecFlagsC[3];
+    /**
+     * 32..34: ACOG pattern, from word 50, which the method always sets to 0:
+     * [0] and [1] are always set, [2] never.
+     */
+    int acogPatternFlags[3];
     int baselineFhr;              /**< 35: baseline heart rate, bpm (-1: ACOG run failed) */
     double variabilityAmplitude;  /**< 36..37: mean swing, bpm; not a number without swings */
     double oscillationFrequency;  /**< 38..39: most swings within 60 samples */
@@ -113,6 +192,36 @@ typedef struct QK4_FhrResult {
     int reserved52;               /**< 52: the contraction method sets it to 0 */
     int reserved53;               /**< 53: not used */
 } QK4_FhrResult;
+
+/**
+ * @brief The result of a contraction-method run (QK4_calFhrUC()): the same
+ *        54 words as ::QK4_FhrResult, with words 0..7 named for what this
+ *        method puts in them.
+ *
+ * Cast the returned pointer: `const QK4_UcResult* r = (const QK4_UcResult*)
+ * QK4_calFhrUC(...)`.  Positions are sample indices into the traces.  With
+ * fewer than two contractions found, words 0, 2 and 4..7 are 0 and word 1
+ * stays -1.  Every word is -1 after a failed run.
+ */
+typedef struct QK4_UcResult {
+    int intensityRating;          /**< 0: 2 when peakContraction > 90, 1 when > 30, else 0 */
+    int lastEndMinusLastPeak;     /**< 1: lastContractionEnd - lastContractionPeak, samples */
+    int lastPeakMinusPreviousEnd; /**< 2: lastContractionPeak - previousContractionEnd, samples */
+    int baselineFhrCopy;          /**< 3: baseline heart rate, bpm (as word 35) */
+    int lastContractionEnd;       /**< 4: end of the last contraction */
+    int lastContractionPeak;      /**< 5: peak of the last contraction */
+    int previousContractionEnd;   /**< 6: end of the contraction before the last */
+    int peakContraction;          /**< 7: highest toco value of the first five minutes */
+    int notWritten8[27];          /**< 8..34: not written, -1 */
+    int baselineFhr;              /**< 35: baseline heart rate, bpm */
+    int zeroed36[6];              /**< 36..41: 0 (the variability doubles and the event counts) */
+    int notWritten42[2];          /**< 42..43: not written, -1 */
+    int zeroed44[5];              /**< 44..48: 0 (the deceleration counts) */
+    int notWritten49[2];          /**< 49..50: not written, -1 */
+    int movementCount;            /**< 51: fetal movements found */
+    int zeroed52;                 /**< 52: 0 */
+    int notWritten53;             /**< 53: not written, -1 */
+} QK4_UcResult;
 
 /** @brief One exported list: a library-owned array and its length. */
 typedef struct QK4_FhrList {
@@ -210,9 +319,9 @@ CTGSCORE_API QK4_FhrBaseline* QK4_getKrebsBaseline(void);
 /**
  * @brief Rates the contractions of a recording (intensity rating 0..2).
  *
- * Words 0..7 of the result take the contraction method's own meanings (see
- * ::QK4_FhrResult).  Toco samples of 0 count as 1.  The contraction filter
- * state carries over from earlier runs in the process.
+ * Words 0..7 of the result take the contraction method's own meanings: read
+ * the record through ::QK4_UcResult.  Toco samples of 0 count as 1.  The
+ * contraction filter state carries over from earlier runs in the process.
  *
  * @param fhr    heart rate, bpm, one value per sample (see QK4_calFhrKrebs()).
  * @param uc     toco trace, device units, one value per sample; `length` values.
@@ -268,11 +377,12 @@ CTGSCORE_API QK4_FhrLocation* QK4_getFischer2Location(void);
 CTGSCORE_API QK4_FhrBaseline* QK4_getFischer2Baseline(void);
 
 #ifdef __cplusplus
-} /* extern "C" */
+} /* extern "C": the ACOG functions below have C++ linkage */
+#endif
 
 /**
  * @brief Classifies a recording by the ACOG guideline: one-hot flags in words
- *        7..34.
+ *        7..34 (the meaning of each slot is given at ::QK4_FhrResult).
  *
  * Exported under its C++ (mangled) name.  Word 0 is never written: a failed
  * run shows as word 35 (the baseline heart rate) staying -1.
@@ -286,19 +396,20 @@ CTGSCORE_API QK4_FhrBaseline* QK4_getFischer2Baseline(void);
  *         (also with `uc` NULL) every word is -1.
  */
 CTGSCORE_API int* QK4_calFhrAcog(int const* fhr, int const* uc, int const* fm, int length,
-                                 int rate);
+                                 int rate) CTGSCORE_CXX_SYMBOL("_Z14QK4_calFhrAcogPKiS0_S0_ii");
 
 /**
  * @brief Accelerations and decelerations of the last ACOG run (C++ linkage).
  * @return as for QK4_getKrebsLocation().
  */
-CTGSCORE_API QK4_FhrLocation* QK4_getAcogLocation();
+CTGSCORE_API QK4_FhrLocation* QK4_getAcogLocation(void)
+    CTGSCORE_CXX_SYMBOL("_Z19QK4_getAcogLocationv");
 
 /**
  * @brief The heart-rate baseline curve of the last ACOG run (C++ linkage).
  * @return as for QK4_getKrebsBaseline().
  */
-CTGSCORE_API QK4_FhrBaseline* QK4_getAcogBaseline();
-#endif
+CTGSCORE_API QK4_FhrBaseline* QK4_getAcogBaseline(void)
+    CTGSCORE_CXX_SYMBOL("_Z19QK4_getAcogBaselinev");
 
 #endif /* CTGSCORE_H */

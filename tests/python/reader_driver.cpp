@@ -9,9 +9,9 @@
 #include <iostream>
 #include <string>
 
-#include "file_analysis.h"
+#include "output/text_format.h"
 #include "readers/readers.h"
-#include "recording.h"
+#include "recordings/recording.h"
 
 int main(int argc, char** argv) {
     using namespace ctgtool;

@@ -1,6 +1,6 @@
 // Batch runs: a killed run that --resume completes to the file of one
 // uninterrupted run, whatever the number of jobs; what counts as a recording.
-#include "batch.h"
+#include "runs/batch.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

@@ -1,6 +1,6 @@
 // The synthetic recordings: plausible traces at every rate (the expected outputs of
 // the tool tests pin the example recordings themselves).
-#include "simulate.h"
+#include "recordings/simulate.h"
 
 #include <gtest/gtest.h>
 
