@@ -1,6 +1,6 @@
 """The CTG strip chart with matplotlib, on true paper scales.
 
-The content is that of the command-line tool's SVG (tools/src/svg_plot.cpp):
+The content is that of the command-line tool's SVG (tools/src/output/svg_plot.cpp):
 heart rate over 50-210 bpm with the normal band 110-160 shaded, toco over
 0-100, the baseline curve, accelerations and decelerations shaded, signal
 loss as grey bars, movement marks, the contraction method's marks, and the
