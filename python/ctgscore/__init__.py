@@ -18,7 +18,15 @@ Process-wide state: the library is not re-entrant, so this package
 serialises every call (analyses and parameter getters alike) with one lock.
 The library's contraction filter keeps its state from one call to the next,
 so the results of "fischer", "acog" and "uc" can depend on the recordings
-analysed earlier in the same process.
+analyzed earlier in the same process.
+
+Modules: _recording (Recording, read; the file formats in _parsers),
+_methods (the facts about the four methods), _results (result classes built
+from the 54 result words; their wording in _score_items), _analysis (analyze,
+parameters, the lock; the library in _library), _table (the columns and rows
+of analyze_files), _batch (analyze_files: one process per recording, locally
+or on Dask; _child is that process), _display (plot and the notebook
+displays; the drawing in _plot).
 
 Log: every analysis writes lines to FhrScore_<year>_<month>_<day>.log in the
 current working directory and echoes them to standard output.  The package
@@ -26,16 +34,20 @@ sets nothing itself; use `with ctgscore.log_directory(path):` to choose where
 the file lands.
 """
 
-from ._analysis import (METHODS, analyze, get_parameters, library_path, log_directory,
-                        set_parameters)
+from . import _display
+from ._analysis import analyze, get_parameters, library_path, log_directory, set_parameters
+from ._batch import analyze_files
+from ._display import plot
 from ._errors import (AnalysisError, CtgScoreError, LibraryNotFoundError, RecordingError,
                       RecordingNotFoundError)
+from ._methods import METHODS
 from ._parameters import Parameters
-from ._plot import plot
-from ._readers import Recording, read
+from ._recording import Recording, read
 from ._results import (AcogResult, DecelerationTypes, FischerResult, HeartRateFindings,
                        KrebsResult, Result, Results, UcResult)
-from ._tables import COLUMNS, analyze_files
+from ._table import COLUMNS
+
+_display.install()
 
 __all__ = [
     "METHODS", "analyze", "get_parameters", "set_parameters", "log_directory", "library_path",

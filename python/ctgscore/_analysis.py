@@ -13,10 +13,9 @@ import threading
 from . import _library, _results, _traces
 from ._capture import captured_stdout
 from ._errors import AnalysisError
-from ._parameters import Parameters
-from ._readers import Recording
-
-METHODS = ("krebs", "fischer", "acog", "uc")
+from ._methods import methods_named
+from ._parameters import Parameters, checked_parameters, stored_parameters
+from ._recording import Recording
 
 _lock = threading.RLock()
 _loaded = None
@@ -52,7 +51,7 @@ def get_parameters():
     hold out-of-range fields (see Parameters.validate()).
     """
     with _lock:
-        return Parameters._as_stored(_read_parameters(_api()))
+        return stored_parameters(_read_parameters(_api()))
 
 
 def set_parameters(parameters):
@@ -96,14 +95,6 @@ def log_directory(path):
             os.chdir(previous)
 
 
-def _methods(method):
-    if method == "all":
-        return METHODS
-    if method not in METHODS:
-        raise ValueError(f"method must be one of {', '.join(METHODS)} or all, got {method!r}")
-    return (method,)
-
-
 def _check_length(name, trace, expected, what):
     if len(trace) != expected:
         raise ValueError(f"{name} has {len(trace)} values but {what} needs {expected}")
@@ -125,18 +116,18 @@ def _prepare(fhr, uc, fm, rate, methods):
     return fhr_trace, uc_trace, fm_trace
 
 
-def _run(api, method, fhr, uc, fm, rate):
+def _run(api, method, fhr, uc, fm, rate, recording):
     functions = api.methods[method]
     traces = (fhr, fm) if method == "krebs" else (fhr, uc, fm)
     with captured_stdout() as capture:
-        pointer = functions.analyse(*(trace.pointer for trace in traces), len(fhr), rate)
+        pointer = functions.analyze(*(trace.pointer for trace in traces), len(fhr), rate)
         words = pointer[:_library.RESULT_WORDS]
     if _results.run_failed(method, words):
         errors = capture.errors()
         reason = errors[-1] if errors else "the library logged no error text"
         raise AnalysisError(method, reason, capture.lines, words)
     return _results.build(method, rate, words, functions.location().contents,
-                          functions.baseline().contents)
+                          functions.baseline().contents, recording)
 
 
 def _unpack_recording(fhr, uc, fm, rate):
@@ -153,7 +144,7 @@ def _unpack_recording(fhr, uc, fm, rate):
 
 
 def analyze(fhr, uc=None, fm=None, rate=None, method="krebs", params=None):
-    """Analyses one recording and returns the result of `method`.
+    """Analyzes one recording and returns the result of `method`.
 
     fhr: a Recording (see ctgscore.read), which brings its own uc, fm and
         rate; or the heart rate in bpm, one integer per sample.
@@ -178,19 +169,14 @@ def analyze(fhr, uc=None, fm=None, rate=None, method="krebs", params=None):
     "fischer").  With method="all" the first failing method raises.  The
     results of a Recording keep it (result.recording) for plots.
     """
-    methods = _methods(method)
+    methods = methods_named(method)
     fhr, uc, fm, rate, recording = _unpack_recording(fhr, uc, fm, rate)
     rate = _traces.check_rate(rate)
     fhr_trace, uc_trace, fm_trace = _prepare(fhr, uc, fm, rate, methods)
-    if params is not None:
-        if not isinstance(params, Parameters):
-            raise TypeError(f"params must be a Parameters or None, got {type(params).__name__}")
-        params.validate()
+    checked_parameters(params)
     with _lock:
         api = _api()
         with _parameters_in_force(api, params):
-            results = {name: _run(api, name, fhr_trace, uc_trace, fm_trace, rate)
+            results = {name: _run(api, name, fhr_trace, uc_trace, fm_trace, rate, recording)
                        for name in methods}
-    for result in results.values():
-        result._attach(recording)
     return _results.Results(results) if method == "all" else results[method]

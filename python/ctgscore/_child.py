@@ -19,6 +19,8 @@ import pickle
 import signal
 import sys
 
+from ._batch import analyze_file
+
 _PR_SET_PDEATHSIG = 1
 
 
@@ -34,8 +36,7 @@ def _die_with_parent(parent_pid):
 def main(argv):
     parent_pid, rows_file, options, path = int(argv[1]), argv[2], json.loads(argv[3]), argv[4]
     _die_with_parent(parent_pid)
-    from . import _tables
-    rows = _tables.analyse_file(path, options)
+    rows = analyze_file(path, options)
     with open(rows_file, "wb") as out:
         pickle.dump(rows, out)
     return 0

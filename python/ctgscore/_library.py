@@ -80,8 +80,8 @@ class MethodFunctions:
     """The analysis function of one method and its two getters."""
 
     def __init__(self, bind, method):
-        analyse, location, baseline, argtypes = _METHOD_SYMBOLS[method]
-        self.analyse = bind(analyse, ctypes.POINTER(ctypes.c_int), argtypes)
+        analyze, location, baseline, argtypes = _METHOD_SYMBOLS[method]
+        self.analyze = bind(analyze, ctypes.POINTER(ctypes.c_int), argtypes)
         self.location = bind(location, ctypes.POINTER(LocationRecord), [])
         self.baseline = bind(baseline, ctypes.POINTER(BaselineRecord), [])
 

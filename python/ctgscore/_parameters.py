@@ -62,10 +62,19 @@ class Parameters:
         """The 17 values in the library's field order."""
         return tuple(getattr(self, field.name) for field in dataclasses.fields(self))
 
-    @classmethod
-    def _as_stored(cls, values):
-        """A record holding the library's values as they are, valid or not."""
-        record = object.__new__(cls)
-        for field, value in zip(dataclasses.fields(cls), values):
-            object.__setattr__(record, field.name, value)
-        return record
+
+def stored_parameters(values):
+    """A Parameters holding the library's values as they are, valid or not."""
+    record = object.__new__(Parameters)
+    for field, value in zip(dataclasses.fields(Parameters), values):
+        object.__setattr__(record, field.name, value)
+    return record
+
+
+def checked_parameters(params):
+    """`params` when it is None or a valid Parameters; else TypeError or ValueError."""
+    if params is not None:
+        if not isinstance(params, Parameters):
+            raise TypeError(f"params must be a Parameters or None, got {type(params).__name__}")
+        params.validate()
+    return params

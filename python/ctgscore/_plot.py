@@ -1,6 +1,6 @@
 """The CTG strip chart with matplotlib, on true paper scales.
 
-The content is that of the command-line tool's SVG (tools/src/svg_plot.cpp):
+The content is that of the command-line tool's SVG (tools/src/output/svg_plot.cpp):
 heart rate over 50-210 bpm with the normal band 110-160 shaded, toco over
 0-100, the baseline curve, accelerations and decelerations shaded, signal
 loss as grey bars, movement marks, the contraction method's marks, and the
@@ -12,7 +12,9 @@ import io
 
 import numpy
 
-from ._results import Result, TITLES, score_items, total_of
+from ._recording import Recording
+from ._results import Result
+from ._score_items import score_heading
 
 FHR_LIMITS = (50, 210)
 TOCO_LIMITS = (0, 100)
@@ -153,14 +155,8 @@ def _title(recording, limits):
 
 
 def _score_lines(results):
-    lines = []
-    for result in results:
-        total = total_of(result)
-        heading = TITLES[result.method] + (f" {total[0]}/{total[1]}" if total else "")
-        items = [f"{item} {finding}" + ("" if points is None else f": {points}")
-                 for item, finding, points in score_items(result)]
-        lines.append(f"{heading}: " + "; ".join(items))
-    return lines
+    return [f"{score_heading(result.method, result.raw_words)}: "
+            + "; ".join(item.text for item in result.score_items()) for result in results]
 
 
 def _legend(fig, ax):
@@ -234,7 +230,6 @@ def plot(recording, results=None, ax=None, paper_speed=1, start=None, end=None, 
     """
     if paper_speed not in PAPER_SPEEDS or isinstance(paper_speed, bool):
         raise ValueError(f"paper_speed must be 1, 2 or 3 cm per minute, got {paper_speed!r}")
-    from ._readers import Recording
     if not isinstance(recording, Recording):
         raise TypeError(f"plot needs a Recording (see ctgscore.read), "
                         f"got {type(recording).__name__}")

@@ -6,20 +6,16 @@ the event locations and the heart-rate baseline curve of the run.
 """
 
 import dataclasses
-import struct
 from typing import Any, Tuple
 
 import numpy
 
 from ._errors import CtgScoreError
+from ._methods import FACTS
+from ._score_items import score_items
 
 Pairs = Tuple[Tuple[int, int], ...]
 SecondPairs = Tuple[Tuple[float, float], ...]
-
-
-def word_double(words, index):
-    """The double stored in words index and index + 1."""
-    return struct.unpack("=d", struct.pack("=2i", words[index], words[index + 1]))[0]
 
 
 @dataclasses.dataclass(frozen=True)
@@ -48,11 +44,8 @@ class Result:
 
     @property
     def recording(self):
-        """The Recording analysed, when analyze was given one, else None."""
+        """The Recording analyzed, when analyze was given one, else None."""
         return getattr(self, "_recording", None)
-
-    def _attach(self, recording):
-        object.__setattr__(self, "_recording", recording)
 
     def events(self):
         """A pandas DataFrame of this run's events: method, kind
@@ -61,11 +54,9 @@ class Result:
         return events_frame([self])
 
     def score_items(self):
-        """(item, finding, points or None) rows: the score in words."""
-        return score_items(self)
-
-    def _repr_html_(self):
-        return _html_with_chart([self])
+        """The score in the command-line tool's words: a list of ScoreItem
+        (item, text, points or None), as the `items` of its JSON."""
+        return score_items(self.method, self.raw_words, self.rate)
 
 
 @dataclasses.dataclass(frozen=True)
@@ -89,13 +80,6 @@ class HeartRateFindings:
     deceleration_count: int
     movement_count: int
 
-    @staticmethod
-    def _fields(words):
-        return dict(baseline_fhr=words[35], variability_amplitude=word_double(words, 36),
-                    oscillation_frequency=word_double(words, 38),
-                    acceleration_count=words[40], deceleration_count=words[41],
-                    movement_count=words[51])
-
 
 @dataclasses.dataclass(frozen=True)
 class DecelerationTypes:
@@ -115,16 +99,6 @@ class DecelerationTypes:
     delayed_count: int
     other_count: int
 
-    @staticmethod
-    def _fields(words):
-        return dict(deceleration_extra=words[46], deceleration_pattern=words[42],
-                    early_count=words[44], late_or_low_count=words[45],
-                    delayed_count=words[47], other_count=words[48])
-
-
-_SCORE_ITEMS = ("total_score", "baseline_score", "amplitude_score", "frequency_score",
-                "acceleration_score", "deceleration_score", "movement_score")
-
 
 @dataclasses.dataclass(frozen=True)
 class KrebsResult(HeartRateFindings, Result):
@@ -137,10 +111,6 @@ class KrebsResult(HeartRateFindings, Result):
     acceleration_score: int
     deceleration_score: int
     movement_score: int
-
-    @staticmethod
-    def _fields(words):
-        return {**HeartRateFindings._fields(words), **dict(zip(_SCORE_ITEMS, words[0:7]))}
 
 
 @dataclasses.dataclass(frozen=True)
@@ -159,12 +129,6 @@ class FischerResult(DecelerationTypes, HeartRateFindings, Result):
     acceleration_score: int
     deceleration_score: int
     strong_contraction_flag: int
-
-    @staticmethod
-    def _fields(words):
-        return {**HeartRateFindings._fields(words), **DecelerationTypes._fields(words),
-                **dict(zip(_SCORE_ITEMS[:6], words[0:6])),
-                "strong_contraction_flag": words[23]}
 
 
 @dataclasses.dataclass(frozen=True)
@@ -185,17 +149,6 @@ class AcogResult(DecelerationTypes, HeartRateFindings, Result):
     deceleration_flags_b: Tuple[int, ...]
     deceleration_flags_c: Tuple[int, ...]
     pattern_flags: Tuple[int, ...]
-
-    @staticmethod
-    def _fields(words):
-        return {**HeartRateFindings._fields(words), **DecelerationTypes._fields(words),
-                "baseline_flags": tuple(words[7:11]),
-                "variability_flags": tuple(words[11:16]),
-                "acceleration_flags": tuple(words[16:20]),
-                "deceleration_flags_a": tuple(words[20:23]),
-                "deceleration_flags_b": tuple(words[24:29]),
-                "deceleration_flags_c": tuple(words[29:32]),
-                "pattern_flags": tuple(words[32:35])}
 
 
 @dataclasses.dataclass(frozen=True)
@@ -224,29 +177,45 @@ class UcResult(Result):
     peak_value: int
     movement_count: int
 
-    @staticmethod
-    def _fields(words):
-        return dict(rating=words[0], last_peak_to_end=words[1],
-                    previous_end_to_last_peak=words[2], baseline_fhr=words[35],
-                    last_end=words[4], last_peak=words[5], previous_end=words[6],
-                    peak_value=words[7], movement_count=words[51])
 
+# Each result field and the word it holds, by the word's name in the method facts.
+_HEART_RATE_WORDS = dict(
+    baseline_fhr="baselineFhr", variability_amplitude="variabilityAmplitude",
+    oscillation_frequency="oscillationFrequency", acceleration_count="accelerationCount",
+    deceleration_count="decelerationCount", movement_count="movementCount")
+_DECELERATION_TYPE_WORDS = dict(
+    deceleration_extra="decelerationExtra", deceleration_pattern="decelerationPattern",
+    early_count="decTypeCount1", late_or_low_count="decTypeCount2",
+    delayed_count="decTypeCount3", other_count="decTypeCount4")
+_SCORE_WORDS = dict(
+    total_score="totalScore", baseline_score="baselineScore", amplitude_score="amplitudeScore",
+    frequency_score="frequencyScore", acceleration_score="accelerationScore",
+    deceleration_score="decelerationScore")
 
-RESULT_CLASSES = {
-    "krebs": KrebsResult,
-    "fischer": FischerResult,
-    "acog": AcogResult,
-    "uc": UcResult,
+_CLASSES = {
+    "krebs": (KrebsResult, {**_HEART_RATE_WORDS, **_SCORE_WORDS,
+                            "movement_score": "movementScore"}),
+    "fischer": (FischerResult, {**_HEART_RATE_WORDS, **_DECELERATION_TYPE_WORDS, **_SCORE_WORDS,
+                                "strong_contraction_flag": "strongContractionFlag"}),
+    "acog": (AcogResult, {**_HEART_RATE_WORDS, **_DECELERATION_TYPE_WORDS,
+                          "baseline_flags": "acogBaselineFlags",
+                          "variability_flags": "acogVariabilityFlags",
+                          "acceleration_flags": "acogAccelerationFlags",
+                          "deceleration_flags_a": "acogDecFlagsA",
+                          "deceleration_flags_b": "acogDecFlagsB",
+                          "deceleration_flags_c": "acogDecFlagsC",
+                          "pattern_flags": "acogPatternFlags"}),
+    "uc": (UcResult, dict(rating="intensityRating", last_peak_to_end="lastEndMinusLastPeak",
+                          previous_end_to_last_peak="lastPeakMinusPreviousEnd",
+                          baseline_fhr="baselineFhr", last_end="lastContractionEnd",
+                          last_peak="lastContractionPeak", previous_end="previousContractionEnd",
+                          peak_value="peakContraction", movement_count="movementCount")),
 }
 
 
 def run_failed(method, words):
-    """Whether the run stopped at an input check.
-
-    The ACOG run never writes word 0, so its success shows in the baseline
-    heart rate (word 35); the other methods always write word 0.
-    """
-    return words[35 if method == "acog" else 0] == -1
+    """Whether the run stopped at an input check (its status word reads -1)."""
+    return FACTS[method].status_word.value(words) == -1
 
 
 def _pairs(starts, ends):
@@ -266,22 +235,26 @@ def _curve(record):
     return numpy.ctypeslib.as_array(record.data, shape=(record.count,)).copy()
 
 
-def build(method, rate, words, location, baseline):
-    """The result object of `method` from the library's records (all copied)."""
+def build(method, rate, words, location, baseline, recording=None):
+    """The result object of `method` from the library's records (all copied),
+    keeping the Recording analyzed, if any."""
     accelerations = _pairs(location.accelerationStarts.to_list(),
                            location.accelerationEnds.to_list())
     decelerations = _pairs(location.decelerationStarts.to_list(),
                            location.decelerationEnds.to_list())
-    result_class = RESULT_CLASSES[method]
-    return result_class(method=method, rate=rate, raw_words=tuple(words),
-                        accelerations=accelerations, decelerations=decelerations,
-                        accelerations_seconds=_in_seconds(accelerations, rate),
-                        decelerations_seconds=_in_seconds(decelerations, rate),
-                        baseline=_curve(baseline),
-                        **result_class._fields(words))
+    result_class, field_words = _CLASSES[method]
+    named = FACTS[method].decode(words)
+    result = result_class(method=method, rate=rate, raw_words=tuple(words),
+                          accelerations=accelerations, decelerations=decelerations,
+                          accelerations_seconds=_in_seconds(accelerations, rate),
+                          decelerations_seconds=_in_seconds(decelerations, rate),
+                          baseline=_curve(baseline),
+                          **{field: named[word] for field, word in field_words.items()})
+    object.__setattr__(result, "_recording", recording)
+    return result
 
 
-# ---- events, score tables and notebook display -------------------------------------
+# ---- events ------------------------------------------------------------------------
 
 EVENT_COLUMNS = ("method", "kind", "start", "end", "start_s", "end_s")
 
@@ -313,99 +286,6 @@ def events_frame(results):
                          "end_s": "float64"})
 
 
-def _fixed(value, digits):
-    return "not measurable" if value != value else f"{value:.{digits}f}"
-
-
-def score_items(result):
-    """(item, finding, points or None) rows, the score in words a clinician reads."""
-    if isinstance(result, UcResult):
-        measured = result.last_peak_to_end != -1
-        rows = [("intensity rating", f"strongest contraction {result.peak_value}" if measured
-                 else "fewer than two contractions", result.rating),
-                ("baseline", f"{result.baseline_fhr} bpm", None)]
-        if measured:
-            rate = result.rate
-            rows += [("last contraction", f"peak at {result.last_peak / rate:.0f} s, end at "
-                                          f"{result.last_end / rate:.0f} s", None),
-                     ("previous contraction", f"ended at {result.previous_end / rate:.0f} s",
-                      None)]
-        return rows
-    deep = ("" if isinstance(result, KrebsResult)
-            else f", {result.deceleration_count} deep")
-    found = (result.deceleration_count if isinstance(result, KrebsResult)
-             else result.deceleration_extra)
-    points = {}
-    if isinstance(result, (KrebsResult, FischerResult)):
-        points = dict(baseline=result.baseline_score, amplitude=result.amplitude_score,
-                      frequency=result.frequency_score,
-                      accelerations=result.acceleration_score,
-                      decelerations=result.deceleration_score)
-    rows = [("baseline", f"{result.baseline_fhr} bpm", points.get("baseline")),
-            ("variability amplitude", f"{_fixed(result.variability_amplitude, 1)} bpm",
-             points.get("amplitude")),
-            ("oscillation frequency", _fixed(result.oscillation_frequency, 0),
-             points.get("frequency")),
-            ("accelerations", str(result.acceleration_count), points.get("accelerations")),
-            ("decelerations", f"{found}{deep}", points.get("decelerations"))]
-    if isinstance(result, KrebsResult):
-        rows.append(("fetal movements", str(result.movement_count), result.movement_score))
-    if isinstance(result, FischerResult):
-        rows.append(("strong contractions", "two or more" if result.strong_contraction_flag
-                     else "fewer than two", None))
-    if isinstance(result, AcogResult):
-        for label, flags in (("ACOG baseline flags", result.baseline_flags),
-                             ("ACOG variability flags", result.variability_flags),
-                             ("ACOG acceleration flags", result.acceleration_flags),
-                             ("ACOG early deceleration flags", result.deceleration_flags_a),
-                             ("ACOG late deceleration flags", result.deceleration_flags_b),
-                             ("ACOG delayed deceleration flags", result.deceleration_flags_c),
-                             ("ACOG pattern flags", result.pattern_flags)):
-            rows.append((label, "".join(map(str, flags)), None))
-    return rows
-
-
-MAX_SCORES = {"krebs": 12, "fischer": 10, "uc": 2}
-TITLES = {"krebs": "Krebs", "fischer": "Fischer", "acog": "ACOG", "uc": "Contraction"}
-
-
-def total_of(result):
-    """(total, maximum) of a scored method, else None."""
-    if result.method not in MAX_SCORES:
-        return None
-    total = result.rating if isinstance(result, UcResult) else result.total_score
-    return total, MAX_SCORES[result.method]
-
-
-def _html_table(results):
-    import html
-    parts = ['<table class="ctgscore-scores"><thead><tr><th>method</th><th>item</th>'
-             '<th>finding</th><th>points</th></tr></thead><tbody>']
-    for result in results:
-        total = total_of(result)
-        heading = TITLES[result.method] + (f" {total[0]}/{total[1]}" if total else "")
-        for index, (item, finding, points) in enumerate(score_items(result)):
-            parts.append("<tr><td>{}</td><td>{}</td><td>{}</td><td>{}</td></tr>".format(
-                f"<b>{html.escape(heading)}</b>" if index == 0 else "", html.escape(item),
-                html.escape(finding), "" if points is None else points))
-    parts.append("</tbody></table>")
-    return "".join(parts)
-
-
-def _html_with_chart(results):
-    import base64
-    text = _html_table(results)
-    recording = results[0].recording if results else None
-    if recording is None:
-        return text
-    try:
-        from . import _plot
-        png = _plot.png_bytes(recording, list(results))
-    except ImportError:  # matplotlib absent: the table alone
-        return text
-    return (f'<img src="data:image/png;base64,{base64.b64encode(png).decode()}"/>' + text)
-
-
 class Results(dict):
     """{method: result} of analyze(..., method="all"), in the order run."""
 
@@ -416,6 +296,3 @@ class Results(dict):
     @property
     def recording(self):
         return next(iter(self.values())).recording if self else None
-
-    def _repr_html_(self):
-        return _html_with_chart(list(self.values()))

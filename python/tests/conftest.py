@@ -1,3 +1,5 @@
+import concurrent.futures
+import multiprocessing
 import os
 import pathlib
 import sys
@@ -18,6 +20,14 @@ def data_dir():
 def built(variable):
     """The built program or library that CTest names in `variable`; skips the test without it."""
     return os.environ.get(variable) or pytest.skip(f"{variable} is not set (CTest sets it)")
+
+
+def in_fresh_process(function, *arguments):
+    """function(*arguments) in a new Python process: the library's contraction filter
+    keeps its state from one call to the next."""
+    spawn = multiprocessing.get_context("spawn")
+    with concurrent.futures.ProcessPoolExecutor(1, mp_context=spawn) as fresh:
+        return fresh.submit(function, *arguments).result()
 
 
 @pytest.fixture(scope="session", autouse=True)

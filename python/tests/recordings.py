@@ -39,23 +39,13 @@ def write_csv(path, fhr, uc, fm_per_second, rate):
         f"{heart},{toco},{mark}\n" for heart, toco, mark in zip(fhr, uc, marks)))
 
 
-def fhrma_bytes(start, samples):
-    """An FHRMA .fhr file: start time, then (fhr1, fhr2, toco) per sample in
-    quarter beats and half units, with a zero status byte."""
-    return struct.pack("<I", start) + b"".join(
-        struct.pack("<HHBB", fhr1, fhr2, toco, 0) for fhr1, fhr2, toco in samples)
-
-
-def format16_bytes(frames):
-    """Little-endian int16 frames, one value per signal in each frame."""
-    return b"".join(struct.pack(f"<{len(frame)}h", *frame) for frame in frames)
-
-
 def write_fhrma(path, fhr, uc, start=0):
-    """fhr and uc as an FHRMA file, the toco half a unit up and channel 2 2.5 bpm above
-    channel 1 where there is signal: the halves test the rounding."""
-    path.write_bytes(fhrma_bytes(start, [(4 * heart, 4 * heart + 10 if heart else 0, 2 * toco + 1)
-                                         for heart, toco in zip(fhr, uc)]))
+    """fhr and uc as an FHRMA file (start time, then fhr1, fhr2 in quarter beats, toco in
+    half units and a zero status byte per sample), the toco half a unit up and channel 2
+    2.5 bpm above channel 1 where there is signal: the halves test the rounding."""
+    path.write_bytes(struct.pack("<I", start) + b"".join(
+        struct.pack("<HHBB", 4 * heart, 4 * heart + 10 if heart else 0, 2 * toco + 1, 0)
+        for heart, toco in zip(fhr, uc)))
 
 
 def write_wfdb(folder, name, fhr, uc, rate):
@@ -64,5 +54,6 @@ def write_wfdb(folder, name, fhr, uc, rate):
         f"{name} 2 {rate} {len(fhr)} 08:30:00 15/03/2020\n"
         f"{name}.dat 16 100(0)/bpm 12 0 0 0 0 FHR\n"
         f"{name}.dat 16 2/nd 12 10 0 0 0 UC\n")
-    (folder / f"{name}.dat").write_bytes(format16_bytes(
-        [(100 * heart if heart else -32768, 2 * toco + 10) for heart, toco in zip(fhr, uc)]))
+    (folder / f"{name}.dat").write_bytes(b"".join(
+        struct.pack("<2h", 100 * heart if heart else -32768, 2 * toco + 10)
+        for heart, toco in zip(fhr, uc)))

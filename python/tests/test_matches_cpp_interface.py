@@ -1,8 +1,6 @@
 """The package returns exactly what the C++ interface returns for the same calls, both
 made in fresh processes since the library's contraction filter keeps state between calls."""
 
-import concurrent.futures
-import multiprocessing
 import pathlib
 import subprocess
 
@@ -11,7 +9,7 @@ import pytest
 
 import ctgscore
 import recordings
-from conftest import built, data_dir
+from conftest import built, data_dir, in_fresh_process
 
 METHODS = ("krebs", "fischer", "acog", "uc")
 NON_DEFAULT = (5, 2, 15, 20, 60, 12, 15, 90, 8, 7, 30, 20, 7, 8, 40, 2, 900)
@@ -63,10 +61,8 @@ def assert_same_results(paths, rate=4, parameters=None, mode="each"):
     subprocess.run([built("CTGSCORE_REFERENCE_DRIVER"), expected, str(rate), ",".join(METHODS),
                     ",".join(map(str, parameters)) if parameters else "-", *map(str, paths)],
                    check=True, stdout=subprocess.DEVNULL)
-    spawn = multiprocessing.get_context("spawn")
-    with concurrent.futures.ProcessPoolExecutor(1, mp_context=spawn) as fresh:
-        actual = fresh.submit(mirror, rate, parameters, mode, paths).result()
-    assert actual == expected.read_text().splitlines()
+    assert in_fresh_process(mirror, rate, parameters, mode, paths) == \
+        expected.read_text().splitlines()
 
 
 @pytest.mark.parametrize("rate, parameters, mode, seeds, minutes", [

@@ -12,7 +12,7 @@ from matplotlib import pyplot  # noqa: E402
 
 
 @pytest.fixture(scope="module")
-def analysed(tmp_path_factory):
+def analyzed(tmp_path_factory):
     path = tmp_path_factory.mktemp("plot") / "rec.csv"
     recordings.write_csv(path, *recordings.generate(seed=3, minutes=20), 4)
     recording = ctgscore.read(path)
@@ -24,9 +24,9 @@ def gids(artists):
 
 
 @pytest.mark.parametrize("paper_speed, start, end", [(1, None, None), (3, 5, 12.5)])
-def test_figure_on_paper_scale_with_one_patch_per_event(analysed, tmp_path, paper_speed, start,
+def test_figure_on_paper_scale_with_one_patch_per_event(analyzed, tmp_path, paper_speed, start,
                                                         end):
-    recording, results = analysed
+    recording, results = analyzed
     fig = ctgscore.plot(recording, results, paper_speed=paper_speed, start=start, end=end)
     fhr_ax, marks_ax, toco_ax = fig.axes
     limits = (start or 0, end or recording.minutes)
@@ -41,13 +41,14 @@ def test_figure_on_paper_scale_with_one_patch_per_event(analysed, tmp_path, pape
         len(krebs.accelerations), len(krebs.decelerations)) != (0, 0)
     assert gids(toco_ax.lines).count("contraction_end") == 2
     assert gids(marks_ax.lines) == ["movements"]
+    assert "; ".join(item.text for item in krebs.score_items()) in fig.texts[-4].get_text()
     fig.savefig(tmp_path / "strip.png", dpi=40)
     assert (tmp_path / "strip.png").read_bytes().startswith(b"\x89PNG")
     pyplot.close(fig)
 
 
-def test_given_axes_and_bad_arguments(analysed):
-    recording, results = analysed
+def test_given_axes_and_bad_arguments(analyzed):
+    recording, results = analyzed
     fig, axes = pyplot.subplots(2)
     assert ctgscore.plot(recording, results["fischer"], ax=tuple(axes)) is fig
     assert axes[1].get_ylim() == (0, 100) and "movements" in gids(axes[1].lines)
@@ -62,12 +63,14 @@ def test_given_axes_and_bad_arguments(analysed):
     pyplot.close("all")
 
 
-def test_notebook_display(analysed):
-    recording, results = analysed
+def test_notebook_display(analyzed):
+    recording, results = analyzed
     assert recording._repr_png_().startswith(b"\x89PNG")
     for shown in (results._repr_html_(), results["uc"]._repr_html_()):
         assert shown.startswith('<img src="data:image/png;base64,') and "</table>" in shown
-    assert "Krebs {}/12".format(results["krebs"].total_score) in results._repr_html_()
+    shown = results._repr_html_()
+    assert "<b>Krebs {}/12</b>".format(results["krebs"].total_score) in shown
+    assert "<td>intensity</td><td>{}</td>".format(results["uc"].score_items()[0].text) in shown
     bare = ctgscore.analyze(recording.fhr, method="krebs")
     assert bare.recording is None and bare._repr_html_().startswith("<table")
     assert not pyplot.get_fignums()  # the displays leave no pyplot figure open

@@ -1,9 +1,9 @@
-"""Tables of many recordings: one row per recording and method.
+"""analyze_files: many recordings into one table, one row per recording and method.
 
-Each recording is analysed in a fresh Python process (python -m
+Each recording is analyzed in a fresh Python process (python -m
 ctgscore._child), as the command-line tool's batch does, because the
 library's contraction filter carries its state from one call to the next
-inside a process: a row never depends on the recordings analysed before it,
+inside a process: a row never depends on the recordings analyzed before it,
 on their order or on the number of jobs.  A process that dies gives a
 failure row naming the file and the signal, and the rest go on.
 
@@ -21,118 +21,35 @@ import subprocess
 import sys
 import tempfile
 
-from . import _analysis, _readers, _results
+from ._analysis import analyze, library_path
 from ._errors import AnalysisError, RecordingError, RecordingNotFoundError
-from ._parameters import Parameters
+from ._methods import METHODS, methods_named
+from ._parameters import Parameters, checked_parameters
+from ._recording import RECORDING_EXTENSIONS, check_channel, read
+from ._table import failure_row, frame, recording_values, result_values
 from ._traces import check_rate
 
-# (column, pandas dtype): the table's columns in order.
-COLUMNS = (
-    ("file", "object"), ("name", "object"), ("method", "object"), ("ok", "bool"),
-    ("reason", "object"), ("minutes", "float64"), ("signal_loss", "float64"),
-    ("total_score", "Int64"), ("max_score", "Int64"),
-    ("baseline_bpm", "Int64"), ("baseline_points", "Int64"),
-    ("amplitude", "float64"), ("amplitude_points", "Int64"),
-    ("frequency", "float64"), ("frequency_points", "Int64"),
-    ("accelerations", "Int64"), ("acceleration_points", "Int64"),
-    ("decelerations", "Int64"), ("deceleration_points", "Int64"),
-    ("deep_decelerations", "Int64"),
-    ("movements", "Int64"), ("movement_points", "Int64"),
-    ("early_decelerations", "Int64"), ("late_decelerations", "Int64"),
-    ("delayed_decelerations", "Int64"), ("other_decelerations", "Int64"),
-    ("deceleration_pattern", "Int64"), ("strong_contractions", "Int64"),
-    ("acog_baseline", "object"), ("acog_variability", "object"),
-    ("acog_accelerations", "object"), ("acog_early", "object"), ("acog_late", "object"),
-    ("acog_delayed", "object"), ("acog_pattern", "object"),
-    ("last_contraction_peak", "Int64"), ("last_contraction_end", "Int64"),
-    ("previous_contraction_end", "Int64"), ("peak_contraction", "Int64"),
-)
+
+# ---- one recording --------------------------------------------------------------------------
 
 
-# ---- rows ------------------------------------------------------------------------------
-
-
-def _flags(values):
-    return "".join(str(value) for value in values)
-
-
-def _heart_rate_values(result):
-    deep = None if result.method == "krebs" else result.deceleration_count
-    found = result.deceleration_count if result.method == "krebs" else result.deceleration_extra
-    return dict(baseline_bpm=result.baseline_fhr, amplitude=result.variability_amplitude,
-                frequency=result.oscillation_frequency, accelerations=result.acceleration_count,
-                decelerations=found, deep_decelerations=deep, movements=result.movement_count)
-
-
-def _deceleration_types(result):
-    return dict(early_decelerations=result.early_count,
-                late_decelerations=result.late_or_low_count,
-                delayed_decelerations=result.delayed_count,
-                other_decelerations=result.other_count,
-                deceleration_pattern=result.deceleration_pattern)
-
-
-def result_values(result):
-    """The table values of one method's result (columns not listed stay empty)."""
-    values = {}
-    total = _results.total_of(result)
-    if total is not None:
-        values.update(total_score=total[0], max_score=total[1])
-    if result.method in ("krebs", "fischer"):
-        values.update(_heart_rate_values(result), baseline_points=result.baseline_score,
-                      amplitude_points=result.amplitude_score,
-                      frequency_points=result.frequency_score,
-                      acceleration_points=result.acceleration_score,
-                      deceleration_points=result.deceleration_score)
-    if result.method == "krebs":
-        values.update(movement_points=result.movement_score)
-    if result.method == "fischer":
-        values.update(_deceleration_types(result))
-        values.update(strong_contractions=result.strong_contraction_flag)
-    if result.method == "acog":
-        values.update(_heart_rate_values(result))
-        values.update(_deceleration_types(result))
-        values.update(acog_baseline=_flags(result.baseline_flags),
-                      acog_variability=_flags(result.variability_flags),
-                      acog_accelerations=_flags(result.acceleration_flags),
-                      acog_early=_flags(result.deceleration_flags_a),
-                      acog_late=_flags(result.deceleration_flags_b),
-                      acog_delayed=_flags(result.deceleration_flags_c),
-                      acog_pattern=_flags(result.pattern_flags))
-    if result.method == "uc":
-        values.update(baseline_bpm=result.baseline_fhr, movements=result.movement_count,
-                      last_contraction_peak=result.last_peak,
-                      last_contraction_end=result.last_end,
-                      previous_contraction_end=result.previous_end,
-                      peak_contraction=result.peak_value)
-    return values
-
-
-def failure_row(path, reason):
-    """The one row of a file that could not be read or whose process died."""
-    return {"file": path, "name": _readers._stem(path), "method": None, "ok": False,
-            "reason": reason}
-
-
-def analyse_file(path, options):
+def analyze_file(path, options):
     """The rows of one file: read it, run each chosen method in the fixed order.
 
     Runs in the analysis process (see _child); options is the dict made by
-    _options().
+    options_for().
     """
     try:
-        recording = _readers.read(path,
-                                  fhr_channel=options["fhr_channel"], rate=options["rate"])
+        recording = read(path, fhr_channel=options["fhr_channel"], rate=options["rate"])
     except RecordingError as error:
         return [failure_row(path, str(error))]
     params = Parameters(*options["params"]) if options["params"] is not None else None
-    common = {"file": path, "name": recording.name, "minutes": recording.minutes,
-              "signal_loss": recording.signal_loss}
+    common = recording_values(path, recording)
     rows = []
     for method in options["methods"]:
         row = {**common, "method": method}
         try:
-            result = _analysis.analyze(recording, method=method, params=params)
+            result = analyze(recording, method=method, params=params)
         except AnalysisError as error:
             row.update(ok=False, reason=error.reason)
         else:
@@ -141,15 +58,7 @@ def analyse_file(path, options):
     return rows
 
 
-def frame(rows):
-    """A pandas DataFrame of rows, with the fixed columns and dtypes."""
-    import pandas
-    data = {name: pandas.Series([row.get(name) for row in rows], dtype=dtype)
-            for name, dtype in COLUMNS}
-    return pandas.DataFrame(data, columns=[name for name, _ in COLUMNS])
-
-
-# ---- one recording in a fresh process ---------------------------------------------------
+# ---- in a fresh process ------------------------------------------------------------------
 
 
 def _package_parent():
@@ -163,7 +72,7 @@ def _child_environment():
     env["PYTHONPATH"] = os.pathsep.join(
         [_package_parent()] + [part for part in env.get("PYTHONPATH", "").split(os.pathsep)
                                if part])
-    library = _analysis.library_path()
+    library = library_path()
     if os.path.isabs(library) and os.path.isfile(library):
         env["CTGSCORE_LIBRARY"] = library
     return env
@@ -182,8 +91,8 @@ def _last_line(text):
     return lines[-1].strip() if lines else "no message"
 
 
-def analyse_in_child(path, options, timeout=None):
-    """The rows of one file, analysed by a new Python process.
+def analyze_in_child(path, options, timeout=None):
+    """The rows of one file, analyzed by a new Python process.
 
     A process killed by a signal, ended with an error, or stopped at
     `timeout` seconds gives one failure row naming the file and why.
@@ -228,11 +137,11 @@ def list_recordings(folder):
         raise RecordingError(folder, f"cannot list the folder: {error.strerror}") from None
     return [os.path.join(folder, entry.name) for entry in entries
             if entry.is_file() and os.path.splitext(entry.name)[1].lower()
-            in _readers.RECORDING_EXTENSIONS]
+            in RECORDING_EXTENSIONS]
 
 
 def input_files(paths_or_folder):
-    """The files to analyse, sorted, from a folder, one file or a list of files."""
+    """The files to analyze, sorted, from a folder, one file or a list of files."""
     if isinstance(paths_or_folder, (str, bytes, os.PathLike)):
         path = os.fsdecode(paths_or_folder)
         if os.path.isdir(path):
@@ -256,23 +165,19 @@ def input_files(paths_or_folder):
 
 def _method_list(methods):
     if isinstance(methods, str):
-        return list(_analysis._methods(methods))
+        return list(methods_named(methods))
     chosen = set()
     for method in methods:
-        chosen.update(_analysis._methods(method))
+        chosen.update(methods_named(method))
     if not chosen:
         raise ValueError("methods is empty")
-    return [method for method in _analysis.METHODS if method in chosen]
+    return [method for method in METHODS if method in chosen]
 
 
 def options_for(methods, rate, fhr_channel, params):
     """The JSON-ready options every analysis process gets."""
-    if fhr_channel not in _readers.CHANNELS or isinstance(fhr_channel, bool):
-        raise ValueError(f"fhr_channel must be 1, 2 or 'max', got {fhr_channel!r}")
-    if params is not None:
-        if not isinstance(params, Parameters):
-            raise TypeError(f"params must be a Parameters or None, got {type(params).__name__}")
-        params.validate()
+    check_channel(fhr_channel)
+    checked_parameters(params)
     return {"methods": _method_list(methods), "rate": check_rate(rate),
             "fhr_channel": fhr_channel,
             "params": list(params.values()) if params is not None else None,
@@ -298,12 +203,12 @@ def _run_local(files, options, jobs, timeout, bar):
     rows = [None] * len(files)
     if jobs == 1:
         for index, path in enumerate(files):
-            rows[index] = analyse_in_child(path, options, timeout)
+            rows[index] = analyze_in_child(path, options, timeout)
             if bar is not None:
                 bar.update(1)
         return rows
     with concurrent.futures.ThreadPoolExecutor(max_workers=jobs) as pool:
-        futures = {pool.submit(analyse_in_child, path, options, timeout): index
+        futures = {pool.submit(analyze_in_child, path, options, timeout): index
                    for index, path in enumerate(files)}
         for future in concurrent.futures.as_completed(futures):
             rows[futures[future]] = future.result()
@@ -315,7 +220,7 @@ def _run_local(files, options, jobs, timeout, bar):
 def _run_on_cluster(files, options, client, timeout, bar):
     from distributed import as_completed
     from distributed.scheduler import KilledWorker
-    futures = client.map(analyse_in_child, files, options=options, timeout=timeout, pure=False)
+    futures = client.map(analyze_in_child, files, options=options, timeout=timeout, pure=False)
     index_of = {future.key: index for index, future in enumerate(futures)}
     rows = [None] * len(files)
     try:
@@ -335,7 +240,7 @@ def _run_on_cluster(files, options, client, timeout, bar):
 
 def analyze_files(paths_or_folder, methods="all", jobs=1, *, client=None, rate=4,
                   fhr_channel=1, params=None, progress=None, timeout=None):
-    """Analyses many recordings into a pandas DataFrame.
+    """Analyzes many recordings into a pandas DataFrame.
 
     paths_or_folder: a folder (its .csv, .fhr and .hea files, not its
         subfolders), one file, or a list of files.  Files are taken in
@@ -359,7 +264,7 @@ def analyze_files(paths_or_folder, methods="all", jobs=1, *, client=None, rate=4
     method.  A file that cannot be read, or whose analysis process dies, gives
     one row with method None, ok False and the reason naming the file; a
     method the library refuses gives that method's row with ok False and the
-    library's text.  Each recording is analysed in a fresh process, so every
+    library's text.  Each recording is analyzed in a fresh process, so every
     row is the same whatever the order, the jobs or the cluster.
     """
     if isinstance(jobs, bool) or not isinstance(jobs, int) or jobs < 1:
@@ -369,7 +274,7 @@ def analyze_files(paths_or_folder, methods="all", jobs=1, *, client=None, rate=4
     bar = _progress_bar(len(files), progress)
     try:
         if client is None:
-            _analysis.library_path()  # a missing library is reported once, here
+            library_path()  # a missing library is reported once, here
             rows = _run_local(files, options, jobs, timeout, bar)
         else:
             rows = _run_on_cluster(files, options, client, timeout, bar)

@@ -1,96 +1,106 @@
-"""Reading recordings: CSV, FHRMA .fhr and WFDB, as the command-line tool does.
+"""The file formats: CSV, FHRMA .fhr and WFDB, parsed as the command-line tool does.
 
-Every reader is a port of the tool's reader in tools/src/readers/ and gives
+Every parser is a port of the tool's reader in tools/src/readers/ and gives
 the same values for the same file (numbers are parsed by the C library's own
 strtod, values rounded to the nearest integer with halves away from zero),
 and the same error text, "<file>: <problem>", for a file it cannot read.
+`parse` hands the recording module the traces of a file.
 """
 
+import ctypes
 import dataclasses
-import datetime
 import math
 import os
-import pathlib
 import re
-from typing import Optional
+from typing import NamedTuple, Optional
 
 import numpy
 
-from . import _cfuncs
 from ._errors import RecordingError, RecordingNotFoundError
-from ._traces import check_rate
 
-CHANNELS = (1, 2, "max")
-RECORDING_EXTENSIONS = (".csv", ".fhr", ".hea")
+# ---- the C library's number parsing and calendar functions ------------------------
+#
+# The tool's readers parse numbers with strtod, strtol, atof and atol, dates
+# with sscanf and timegm.  Calling the same functions gives the same values
+# for every odd spelling (hexadecimal, leading blanks, trailing text,
+# out-of-range dates), which Python's own parsers would not.
+
+_libc = ctypes.CDLL(None)
+
+_strtod = _libc.strtod
+_strtod.restype = ctypes.c_double
+_strtod.argtypes = [ctypes.c_char_p, ctypes.POINTER(ctypes.c_void_p)]
+
+_strtol = _libc.strtol
+_strtol.restype = ctypes.c_long
+_strtol.argtypes = [ctypes.c_char_p, ctypes.POINTER(ctypes.c_void_p), ctypes.c_int]
+
+_atol = _libc.atol
+_atol.restype = ctypes.c_long
+_atol.argtypes = [ctypes.c_char_p]
+
+_sscanf = _libc.sscanf
+_sscanf.restype = ctypes.c_int
 
 
-@dataclasses.dataclass(frozen=True, eq=False)
-class Recording:
-    """One CTG recording.
+class _Tm(ctypes.Structure):
+    _fields_ = [("tm_sec", ctypes.c_int), ("tm_min", ctypes.c_int), ("tm_hour", ctypes.c_int),
+                ("tm_mday", ctypes.c_int), ("tm_mon", ctypes.c_int), ("tm_year", ctypes.c_int),
+                ("tm_wday", ctypes.c_int), ("tm_yday", ctypes.c_int), ("tm_isdst", ctypes.c_int),
+                ("tm_gmtoff", ctypes.c_long), ("tm_zone", ctypes.c_char_p)]
 
-    fhr: heart rate in bpm per sample (int32 numpy array), 0 = signal loss.
-    uc: contraction (toco) trace per sample (int32 numpy array).
-    fm: movement mark words, ONE PER SECOND (len(fhr) // rate values): each
-        the bitwise OR of the marks of that second's samples; a trailing
-        partial second is dropped, as the library never reads it.  All 0 for
-        formats without a movement channel.
-    rate: samples per second.
-    name: the file name without its extension.
-    path: the file read (for WFDB, the .hea header).
-    start_seconds: the start as Unix seconds (UTC) where the file has one
-        (FHRMA: a non-zero header word; WFDB: the record line's time and
-        date), else None.
+
+_timegm = _libc.timegm
+_timegm.restype = ctypes.c_int64
+_timegm.argtypes = [ctypes.POINTER(_Tm)]
+
+
+def strtod(text):
+    """(value, number of bytes used) as strtod parses the bytes `text`.
+
+    The text ends at its first NUL byte, as it does for C.
     """
+    buffer = ctypes.create_string_buffer(bytes(text))
+    end = ctypes.c_void_p()
+    value = _strtod(buffer, ctypes.byref(end))
+    return value, (end.value or ctypes.addressof(buffer)) - ctypes.addressof(buffer)
 
-    fhr: numpy.ndarray
-    uc: numpy.ndarray
-    fm: numpy.ndarray
-    rate: int
-    name: str
-    path: str = ""
-    start_seconds: Optional[int] = None
 
-    @property
-    def samples(self):
-        return len(self.fhr)
+def strtol(text):
+    """(value, number of bytes used) as strtol(text, &end, 10) parses them."""
+    buffer = ctypes.create_string_buffer(bytes(text))
+    end = ctypes.c_void_p()
+    value = _strtol(buffer, ctypes.byref(end), 10)
+    return value, (end.value or ctypes.addressof(buffer)) - ctypes.addressof(buffer)
 
-    @property
-    def minutes(self):
-        return self.samples / (60.0 * self.rate)
 
-    @property
-    def signal_loss(self):
-        """Share of samples with signal loss (fhr 0), 0..1."""
-        return float(numpy.count_nonzero(self.fhr == 0)) / self.samples if self.samples else 0.0
+def atof(text):
+    return strtod(text)[0]
 
-    @property
-    def start_time(self):
-        """The start as a timezone-aware UTC datetime, or None (also when it
-        lies outside the years 1-9999)."""
-        if self.start_seconds is None:
-            return None
-        try:
-            return (datetime.datetime(1970, 1, 1, tzinfo=datetime.timezone.utc)
-                    + datetime.timedelta(seconds=self.start_seconds))
-        except OverflowError:
-            return None
 
-    def __eq__(self, other):
-        if not isinstance(other, Recording):
-            return NotImplemented
-        return (self.rate, self.name, self.path, self.start_seconds) == (
-            other.rate, other.name, other.path, other.start_seconds) and all(
-            numpy.array_equal(a, b) for a, b in ((self.fhr, other.fhr), (self.uc, other.uc),
-                                                 (self.fm, other.fm)))
+def atol(text):
+    return _atol(bytes(text))
 
-    def __repr__(self):
-        started = f", started {self.start_time:%Y-%m-%d %H:%M:%S} UTC" if self.start_time else ""
-        return (f"<Recording {self.name}: {self.minutes:.1f} min, {self.samples} samples at "
-                f"{self.rate} Hz, signal loss {100 * self.signal_loss:.1f} %{started}>")
 
-    def _repr_png_(self):
-        from . import _plot
-        return _plot.png_bytes(self)
+def start_time(time, date):
+    """Unix seconds of "HH:MM:SS[.sss]" and "DD/MM/YYYY" (UTC), or None.
+
+    As the tool does: sscanf the fields, truncate the seconds, let timegm
+    normalise out-of-range fields.
+    """
+    hour, minute, day, month, year = (ctypes.c_int() for _ in range(5))
+    seconds = ctypes.c_double()
+    if _sscanf(bytes(time), b"%d:%d:%lf", ctypes.byref(hour), ctypes.byref(minute),
+               ctypes.byref(seconds)) != 3:
+        return None
+    if _sscanf(bytes(date), b"%d/%d/%d", ctypes.byref(day), ctypes.byref(month),
+               ctypes.byref(year)) != 3:
+        return None
+    if not -2**31 <= seconds.value < 2**31:
+        return None  # the tool's int conversion has no defined value here
+    when = _Tm(tm_sec=int(seconds.value), tm_min=minute.value, tm_hour=hour.value,
+               tm_mday=day.value, tm_mon=month.value - 1, tm_year=year.value - 1900)
+    return int(_timegm(ctypes.byref(when)))
 
 
 # ---- shared helpers ---------------------------------------------------------------
@@ -105,10 +115,6 @@ def _round_to_int(values):
     fraction = values - floor  # exact
     up = (fraction > 0.5) | ((fraction == 0.5) & (values > 0))
     return (floor + up).astype(numpy.int64)
-
-
-def round_to_int(value):
-    return int(_round_to_int([value])[0])
 
 
 def _per_second(marks, rate):
@@ -132,19 +138,26 @@ def _read_bytes(path):
         raise RecordingError(path, f"cannot open: {error.strerror}") from None
 
 
-def _stem(path):
-    return pathlib.PurePath(path).stem
-
-
 def _text(data):
     return data.decode("utf-8", errors="replace")
 
 
-def _recording(path, name, rate, fhr, uc, fm_per_sample, start=None):
+class Parsed(NamedTuple):
+    """What a file holds: the traces as int32 arrays, movement marks per second."""
+
+    fhr: numpy.ndarray
+    uc: numpy.ndarray
+    fm: numpy.ndarray
+    rate: int
+    path: str
+    start_seconds: Optional[int]
+
+
+def _recording(path, rate, fhr, uc, fm_per_sample, start=None):
     fhr = numpy.asarray(fhr, dtype=numpy.int32)
     uc = numpy.asarray(uc, dtype=numpy.int32)
-    return Recording(fhr=fhr, uc=uc, fm=_per_second(fm_per_sample, rate).astype(numpy.int32),
-                     rate=rate, name=name, path=str(path), start_seconds=start)
+    return Parsed(fhr, uc, _per_second(fm_per_sample, rate).astype(numpy.int32), rate, str(path),
+                  start)
 
 
 # ---- CSV ---------------------------------------------------------------------------
@@ -169,7 +182,7 @@ def _parse_cell(path, line_number, column, cell):
     if _PLAIN_NUMBER.match(cell):
         value = float(cell)  # correctly rounded, as strtod is
     else:
-        value, used = _cfuncs.strtod(cell)
+        value, used = strtod(cell)
         if used != len(cell):
             value = math.nan
     shown = _text(cell[:40] + b"..." if len(cell) > 40 else cell)
@@ -223,7 +236,7 @@ def read_csv(path, rate=4):
         fm.append(0.0 if fm_at is None else _parse_cell(path, number, "fm", fields[fm_at]))
     if not fhr:
         raise RecordingError(path, "no samples after the header line")
-    return _recording(path, _stem(path), rate, _round_to_int(fhr), _round_to_int(uc),
+    return _recording(path, rate, _round_to_int(fhr), _round_to_int(uc),
                       _round_to_int(fm))
 
 
@@ -250,7 +263,7 @@ def read_fhrma(path, fhr_channel=1):
     first, second = samples["fhr1"].astype(numpy.int32), samples["fhr2"].astype(numpy.int32)
     quarter_beats = {1: first, 2: second, "max": numpy.maximum(first, second)}[fhr_channel]
     start = int.from_bytes(data[:4], "little")
-    return _recording(path, _stem(path), 4, (quarter_beats + 2) // 4,
+    return _recording(path, 4, (quarter_beats + 2) // 4,
                       (samples["toco"].astype(numpy.int32) + 1) // 2,
                       numpy.zeros(len(samples), dtype=numpy.int32), start or None)
 
@@ -281,13 +294,13 @@ class _Header:
 
 def _whole_number(text):
     """The value of a token that is entirely a finite number, else None."""
-    value, used = _cfuncs.strtod(text)
+    value, used = strtod(text)
     return value if text and used == len(text) and math.isfinite(value) else None
 
 
 def _leading_number(text):
     """(value, bytes used) of a token's leading finite number, else None."""
-    value, used = _cfuncs.strtod(text)
+    value, used = strtod(text)
     return (value, used) if used > 0 and math.isfinite(value) else None
 
 
@@ -310,7 +323,7 @@ def _parse_record_line(path, line, header):
             raise RecordingError(path, f"wrong header: sample count '{_text(words[3])}'")
         header.samples = int(samples)
     if len(words) > 5:
-        header.start = _cfuncs.start_time(words[4], words[5])
+        header.start = start_time(words[4], words[5])
     return int(count)
 
 
@@ -319,7 +332,7 @@ def _parse_signal_line(path, line):
     if len(words) < 2:
         raise RecordingError(path, f"wrong header: signal line '{_text(line)}' has no format")
     signal = _Signal(file=words[0])
-    form, used = _cfuncs.strtol(words[1])
+    form, used = strtol(words[1])
     if used == 0:
         raise RecordingError(path, f"wrong header: signal format '{_text(words[1])}'")
     signal.format = min(max(form, 0), 100000)
@@ -328,7 +341,7 @@ def _parse_signal_line(path, line):
         raise RecordingError(path, "signal files with several samples per frame are not "
                                    "supported")
     if b"+" in rest:
-        signal.byte_offset = _cfuncs.atol(rest[rest.index(b"+") + 1:])
+        signal.byte_offset = atol(rest[rest.index(b"+") + 1:])
     baseline_given = False
     if len(words) > 2:
         gain = _leading_number(words[2])
@@ -339,9 +352,9 @@ def _parse_signal_line(path, line):
             signal.gain = _DEFAULT_GAIN
         baseline_given = used < len(words[2]) and words[2][used:used + 1] == b"("
         if baseline_given:
-            signal.baseline = _cfuncs.atof(words[2][used + 1:])
+            signal.baseline = atof(words[2][used + 1:])
     if len(words) > 4 and not baseline_given:
-        signal.baseline = _cfuncs.atof(words[4])
+        signal.baseline = atof(words[4])
     signal.description = b" ".join(words[8:])
     return signal
 
@@ -415,7 +428,7 @@ def read_wfdb(header_path):
         raise RecordingError(header_path, "no samples")
     if len(uc) != len(fhr):
         raise RecordingError(header_path, "the FHR and UC signals differ in length")
-    return _recording(header_path, _stem(header_path), int(header.frequency), fhr, uc,
+    return _recording(header_path, int(header.frequency), fhr, uc,
                       numpy.zeros(len(fhr), dtype=numpy.int32), header.start)
 
 
@@ -463,26 +476,9 @@ def _sniff(path):
     return None
 
 
-def read(path, fhr_channel=1, rate=4):
-    """Reads a recording file and returns a Recording.
-
-    path: a CSV file (header naming fhr, uc and optionally fm), an FHRMA .fhr
-        file, or a WFDB record (its .hea header, or its .dat signal file,
-        whose .hea beside it is read).  The format is recognised from the
-        content, so a missing or wrong extension does not matter; content of
-        no recognisable kind is read as its extension says.
-    fhr_channel: the heart-rate channel of two-channel formats (FHRMA):
-        1, 2 or "max" (the sample-wise maximum of both).
-    rate: samples per second of CSV files, which carry none (default 4).
-
-    Values are those the command-line tool reads from the same file.  Raises
-    RecordingError (RecordingNotFoundError when the file does not exist)
-    with the message "<file>: <problem>", the tool's own text.
-    """
-    if fhr_channel not in CHANNELS or isinstance(fhr_channel, bool):
-        raise ValueError(f"fhr_channel must be 1, 2 or 'max', got {fhr_channel!r}")
-    rate = check_rate(rate)
-    path = os.fspath(path)
+def parse(path, fhr_channel, rate):
+    """The traces of a file, its format recognised from the content; content of
+    no recognisable kind is read as its extension says."""
     extension = os.path.splitext(path)[1].lower()
     if extension == ".dat":
         return read_wfdb(os.path.splitext(path)[0] + ".hea")
