@@ -78,6 +78,8 @@ typedef struct ctgio_recording {
 /** Why a file could not be read. */
 typedef struct ctgio_error {
     int code;           /**< a ::ctgio_status */
+    int file_length;    /**< the first file_length bytes of message name the file concerned
+                             (the one given, or a file its header names); ": " and the problem follow */
     char message[1024]; /**< "<file>: <problem>", cut short (never mid-character) if longer */
 } ctgio_error;
 

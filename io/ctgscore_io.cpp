@@ -73,7 +73,8 @@ ctgio_recording* toC(const ctgio::Recording& read) {
 }
 
 // Copies the message, cut short at a character boundary when it does not fit.
-void report(ctgio_error* error, ctgio_status code, const std::string& message) {
+void report(ctgio_error* error, ctgio_status code, const std::string& message,
+            std::size_t fileLength) {
     if (error == nullptr) return;
     error->code = code;
     std::size_t length = std::min(message.size(), sizeof error->message - 1);
@@ -82,6 +83,7 @@ void report(ctgio_error* error, ctgio_status code, const std::string& message) {
     }
     std::memcpy(error->message, message.data(), length);
     error->message[length] = '\0';
+    error->file_length = static_cast<int>(std::min(fileLength, length));
 }
 
 }  // namespace
@@ -106,16 +108,17 @@ ctgio_recording* ctgio_read(const char* path, const ctgio_options* options, ctgi
         const ctgio_options chosen = options != nullptr ? *options : ctgio_default_options();
         checkOptions(path, chosen);
         ctgio_recording* recording = toC(ctgio::readRecording(path, chosen));
-        report(error, CTGIO_OK, "");
+        report(error, CTGIO_OK, "", 0);
         return recording;
     } catch (const InputError& problem) {
-        report(error, problem.status(), problem.what());
+        report(error, problem.status(), problem.what(), problem.fileLength());
     } catch (const std::bad_alloc&) {
-        report(error, CTGIO_ERROR_NO_MEMORY, shownPath + ": out of memory");
+        report(error, CTGIO_ERROR_NO_MEMORY, shownPath + ": out of memory", shownPath.size());
     } catch (const std::exception& problem) {
-        report(error, CTGIO_ERROR_UNREADABLE, shownPath + ": " + problem.what());
+        report(error, CTGIO_ERROR_UNREADABLE, shownPath + ": " + problem.what(), shownPath.size());
     } catch (...) {
-        report(error, CTGIO_ERROR_UNREADABLE, shownPath + ": unexpected error");
+        report(error, CTGIO_ERROR_UNREADABLE, shownPath + ": unexpected error",
+               shownPath.size());
     }
     return nullptr;
 }

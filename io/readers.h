@@ -28,11 +28,13 @@ class InputError : public std::runtime_error {
 public:
     InputError(const std::string& path, const std::string& problem,
                ctgio_status status = CTGIO_ERROR_FORMAT)
-        : std::runtime_error(path + ": " + problem), status_(status) {}
+        : std::runtime_error(path + ": " + problem), status_(status), fileLength_(path.size()) {}
     ctgio_status status() const { return status_; }
+    std::size_t fileLength() const { return fileLength_; }
 
 private:
     ctgio_status status_;
+    std::size_t fileLength_;
 };
 
 // Rounds to the nearest integer, halves away from zero; values beyond +-1e9

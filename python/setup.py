@@ -1,10 +1,10 @@
-"""Builds libctgscore with CMake and places it inside the package.
+"""Builds libctgscore and libctgscore-io with CMake and places them inside the package.
 
 `pip install --no-build-isolation ./python` (pip builds the folder in place)
 configures the project one folder up with CMake in python/build/cmake, builds
-the shared library only, in release mode, and copies libctgscore.so.1 into
-the package, where ctgscore._library finds it without any environment
-variable.  A second install reuses that build folder, so only what changed
+the scoring library and the readers' library only, in release mode, and
+copies libctgscore.so.1 and libctgscore-io.so.1 into the package, where
+ctgscore._library finds them without any environment variable.  A second install reuses that build folder, so only what changed
 is compiled again.
 
 The search order of ctgscore._library stays for those who point at their own
@@ -25,12 +25,13 @@ from setuptools.command.build_py import build_py
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 PROJECT = os.path.dirname(HERE)
-LIBRARY_FILE = "libctgscore.so.1"
+LIBRARIES = ("ctgscore", "ctgscore-io")  # CMake targets, built as lib<name>.so.1
 
 
 def _project_sources():
     """The project folder when this package sits in it, else None."""
-    markers = ("CMakeLists.txt", os.path.join("include", "ctgscore.h"))
+    markers = ("CMakeLists.txt", os.path.join("include", "ctgscore.h"),
+               os.path.join("io", "CMakeLists.txt"))
     if all(os.path.isfile(os.path.join(PROJECT, marker)) for marker in markers):
         return PROJECT
     return None
@@ -41,8 +42,8 @@ def _recorded_folders():
     return tuple(os.path.abspath(folder) for folder in folders.split(os.pathsep) if folder)
 
 
-def _build_library(project, build_dir):
-    """Configures and builds the shared library; returns the built file."""
+def _build_libraries(project, build_dir):
+    """Configures and builds the shared libraries; returns the built files."""
     cmake = shutil.which("cmake")
     if cmake is None:
         raise RuntimeError("building libctgscore needs CMake (Debian: apt-get install cmake "
@@ -51,12 +52,13 @@ def _build_library(project, build_dir):
     subprocess.run([cmake, "-S", project, "-B", build_dir, "-DCMAKE_BUILD_TYPE=Release",
                     "-DCTGSCORE_BUILD_TESTS=OFF", "-DCTGSCORE_BUILD_TOOLS=OFF",
                     "-DCTGSCORE_BUILD_BENCH=OFF", "-DCTGSCORE_SANITIZE=OFF"], check=True)
-    subprocess.run([cmake, "--build", build_dir, "--target", "ctgscore",
+    subprocess.run([cmake, "--build", build_dir, "--target", *LIBRARIES,
                     "-j", str(os.cpu_count() or 1)], check=True)
-    built = os.path.join(build_dir, LIBRARY_FILE)
-    if not os.path.exists(built):
-        raise RuntimeError(f"the CMake build did not produce {built}")
-    return os.path.realpath(built)
+    built = [os.path.join(build_dir, f"lib{name}.so.1") for name in LIBRARIES]
+    for path in built:
+        if not os.path.exists(path):
+            raise RuntimeError(f"the CMake build did not produce {path}")
+    return built
 
 
 class BuildPyWithLibrary(build_py):
@@ -72,12 +74,12 @@ class BuildPyWithLibrary(build_py):
         project = _project_sources()
         if folders or project is None:
             return
-        built = _build_library(project, os.path.join(HERE, "build", "cmake"))
-        shutil.copyfile(built, os.path.join(package, LIBRARY_FILE))
+        for built in _build_libraries(project, os.path.join(HERE, "build", "cmake")):
+            shutil.copyfile(os.path.realpath(built), os.path.join(package, os.path.basename(built)))
 
 
 class BinaryDistribution(Distribution):
-    """The wheel holds a compiled library, so it is tagged for this platform."""
+    """The wheel holds compiled libraries, so it is tagged for this platform."""
 
     def has_ext_modules(self):
         return _project_sources() is not None and not _recorded_folders()

@@ -20,13 +20,14 @@ The library's contraction filter keeps its state from one call to the next,
 so the results of "fischer", "acog" and "uc" can depend on the recordings
 analyzed earlier in the same process.
 
-Modules: _recording (Recording, read; the file formats in _parsers),
-_methods (the facts about the four methods), _results (result classes built
-from the 54 result words; their wording in _score_items), _analysis (analyze,
-parameters, the lock; the library in _library), _table (the columns and rows
-of analyze_files), _batch (analyze_files: one process per recording, locally
-or on Dask; _child is that process), _display (plot and the notebook
-displays; the drawing in _plot).
+Modules: _recording (Recording, read; files are read through the readers'
+library in _readers), _methods (the facts about the four methods), _results
+(result classes built from the 54 result words; their wording in
+_score_items), _analysis (analyze, parameters, the lock; the libraries are
+found by _library), _table (the columns and rows of analyze_files), _batch
+(analyze_files: one process per recording, locally or on Dask; _child is
+that process), _display (plot and the notebook displays; the drawing in
+_plot).
 
 Log: every analysis writes lines to FhrScore_<year>_<month>_<day>.log in the
 current working directory and echoes them to standard output.  The package

@@ -1,9 +1,11 @@
-"""Finding libctgscore.so and binding its 14 functions with ctypes.
+"""Finding libctgscore.so and binding its 14 functions with ctypes; finding the
+readers' library libctgscore-io.so beside it.
 
-Search order (the first that loads wins):
+Search order for either (the first that loads wins):
 
-1. The CTGSCORE_LIBRARY environment variable: the library file itself or the
-   folder that holds it.  When it is set, nothing else is tried, so a wrong
+1. The CTGSCORE_LIBRARY environment variable: the scoring library file itself
+   or the folder that holds it (the readers' library is looked for in that
+   folder).  When it is set, nothing else is tried, so a wrong
    value is reported instead of silently loading some other copy.
 2. The folders recorded when the package was installed (CTGSCORE_LIBRARY_DIR
    at build time, see setup.py), then the package's own folder (where
@@ -11,7 +13,8 @@ Search order (the first that loads wins):
    folder of the Python prefix (sys.prefix/lib, where
    `cmake --install build --prefix "$VIRTUAL_ENV"` puts it).
 3. The system search path: dlopen("libctgscore.so.1") (LD_LIBRARY_PATH, the
-   ldconfig cache, /lib, /usr/lib), then ctypes.util.find_library("ctgscore").
+   ldconfig cache, /lib, /usr/lib), then ctypes.util.find_library("ctgscore");
+   likewise libctgscore-io.so.1.
 """
 
 import ctypes
@@ -24,7 +27,7 @@ from ._errors import CtgScoreError, LibraryNotFoundError
 
 LIBRARY_ENV = "CTGSCORE_LIBRARY"
 PACKAGE_DIR = os.path.dirname(os.path.abspath(__file__))
-LIBRARY_FILE_NAMES = ("libctgscore.so.1", "libctgscore.so")
+SCORING, READERS = "ctgscore", "ctgscore-io"  # the libraries, by name
 RESULT_WORDS = 54
 
 PARAMETER_FIELDS = (
@@ -110,18 +113,26 @@ class Library:
         return function
 
 
-def _files_in(folder):
-    return [os.path.join(folder, name) for name in LIBRARY_FILE_NAMES]
+def _file_names(name):
+    return (f"lib{name}.so.1", f"lib{name}.so")
 
 
-def _env_candidates(value):
+def _files_in(folder, name):
+    return [os.path.join(folder, file_name) for file_name in _file_names(name)]
+
+
+def _env_candidates(value, name):
+    """The files CTGSCORE_LIBRARY points at: the scoring library itself or its
+    folder; the readers' library is looked for in that folder."""
     value = os.path.abspath(value)
-    return _files_in(value) if os.path.isdir(value) else [value]
+    if os.path.isdir(value):
+        return _files_in(value, name)
+    return [value] if name == SCORING else _files_in(os.path.dirname(value), name)
 
 
-def _folder_candidates():
+def _folder_candidates(name):
     folders = list(_install_paths.LIBRARY_DIRS) + [PACKAGE_DIR, os.path.join(sys.prefix, "lib")]
-    return [path for folder in folders for path in _files_in(folder)]
+    return [path for folder in folders for path in _files_in(folder, name)]
 
 
 def _try_load(name, tried):
@@ -144,13 +155,14 @@ def _try_files(paths, tried):
     return None, None
 
 
-def _try_system(tried):
-    cdll = _try_load(LIBRARY_FILE_NAMES[0], tried)
+def _try_system(name, tried):
+    soname = _file_names(name)[0]
+    cdll = _try_load(soname, tried)
     if cdll is not None:
-        return cdll, LIBRARY_FILE_NAMES[0]
-    found = ctypes.util.find_library("ctgscore")
+        return cdll, soname
+    found = ctypes.util.find_library(name)
     if found is None:
-        tried.append('ctypes.util.find_library("ctgscore"): nothing found')
+        tried.append(f'ctypes.util.find_library("{name}"): nothing found')
         return None, None
     cdll = _try_load(found, tried)
     return (cdll, found) if cdll is not None else (None, None)
@@ -159,31 +171,41 @@ def _try_system(tried):
 _HOW_TO_POINT = (
     "Set CTGSCORE_LIBRARY to the library file (e.g. build/libctgscore.so) or its folder, "
     "install the package with pip from the project's python/ folder (which builds the "
-    "library into it), reinstall it with CTGSCORE_LIBRARY_DIR set to that folder, or install "
-    "the library on the system search path (cmake --install, then ldconfig).")
+    "libraries into it), reinstall it with CTGSCORE_LIBRARY_DIR set to that folder, or install "
+    "the libraries on the system search path (cmake --install, then ldconfig).")
 
 
-def load():
-    """Returns the loaded Library or raises LibraryNotFoundError."""
+def _find(name):
+    """(CDLL, path) of lib<name>, or LibraryNotFoundError listing every place tried."""
     tried = []
     from_env = os.environ.get(LIBRARY_ENV)
     if from_env:
-        cdll, path = _try_files(_env_candidates(from_env), tried)
+        cdll, path = _try_files(_env_candidates(from_env, name), tried)
         if cdll is None:
             raise LibraryNotFoundError(
-                f"libctgscore could not be loaded from {LIBRARY_ENV}={from_env}:\n  "
+                f"lib{name} could not be loaded from {LIBRARY_ENV}={from_env}:\n  "
                 + "\n  ".join(tried)
                 + f"\nFix or unset {LIBRARY_ENV} (when unset, the installed folders "
                 "and the system search path are searched).")
-        return Library(cdll, path)
+        return cdll, path
     tried.append(f"{LIBRARY_ENV}: not set")
     if not _install_paths.LIBRARY_DIRS:
         tried.append("folders recorded at install (CTGSCORE_LIBRARY_DIR): none")
-    cdll, path = _try_files(_folder_candidates(), tried)
+    cdll, path = _try_files(_folder_candidates(name), tried)
     if cdll is None:
-        cdll, path = _try_system(tried)
+        cdll, path = _try_system(name, tried)
     if cdll is None:
         raise LibraryNotFoundError(
-            "libctgscore could not be found. Places tried:\n  " + "\n  ".join(tried)
+            f"lib{name} could not be found. Places tried:\n  " + "\n  ".join(tried)
             + "\n" + _HOW_TO_POINT)
-    return Library(cdll, path)
+    return cdll, path
+
+
+def load():
+    """The scoring library, loaded and bound, or LibraryNotFoundError."""
+    return Library(*_find(SCORING))
+
+
+def load_readers():
+    """The readers' library (CDLL, path), or LibraryNotFoundError."""
+    return _find(READERS)

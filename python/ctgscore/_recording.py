@@ -1,7 +1,5 @@
-"""A CTG recording and `read`, which makes one from a file.
-
-The file formats themselves are parsed by the parsers module.
-"""
+"""A CTG recording and `read`, which makes one from a file through the
+readers' library (see the readers module)."""
 
 import dataclasses
 import datetime
@@ -11,7 +9,7 @@ from typing import Optional
 
 import numpy
 
-from . import _parsers
+from . import _readers
 from ._traces import check_rate
 
 CHANNELS = (1, 2, "max")
@@ -100,20 +98,18 @@ def read(path, fhr_channel=1, rate=4):
 
     path: a CSV file (header naming fhr, uc and optionally fm), an FHRMA .fhr
         file, or a WFDB record (its .hea header, or its .dat signal file,
-        whose .hea beside it is read).  The format is recognised from the
-        content, so a missing or wrong extension does not matter; content of
-        no recognisable kind is read as its extension says.
+        whose .hea beside it is read).  The extension (.csv, .fhr, .hea,
+        .dat, in any case) says the format; a file of any other name is
+        recognised from its first bytes.
     fhr_channel: the heart-rate channel of two-channel formats (FHRMA):
         1, 2 or "max" (the sample-wise maximum of both).
     rate: samples per second of CSV files, which carry none (default 4).
 
-    Values are those the command-line tool reads from the same file.  Raises
-    RecordingError (RecordingNotFoundError when the file does not exist)
-    with the message "<file>: <problem>", the tool's own text.
+    The command-line tool reads through the same readers' library, so the
+    values are the tool's.  Raises RecordingError (RecordingNotFoundError
+    when the file does not exist) with the message "<file>: <problem>", the
+    tool's own text.
     """
     check_channel(fhr_channel)
     rate = check_rate(rate)
-    parsed = _parsers.parse(os.fspath(path), fhr_channel, rate)
-    return Recording(fhr=parsed.fhr, uc=parsed.uc, fm=parsed.fm, rate=parsed.rate,
-                     name=recording_name(parsed.path), path=parsed.path,
-                     start_seconds=parsed.start_seconds)
+    return Recording(**_readers.read_file(os.fspath(path), fhr_channel, rate))

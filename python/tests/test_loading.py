@@ -64,7 +64,7 @@ def test_pip_install_into_a_fresh_virtual_environment(tmp_path):
     """From a copy of the sources: with CTGSCORE_LIBRARY_DIR the package remembers that
     folder; without it pip builds the library into the package, found with no variable."""
     library = pathlib.Path(built("CTGSCORE_LIBRARY"))
-    project, needed = tmp_path / "project", ("CMakeLists.txt", "cmake", "include", "src", "python")
+    project, needed = tmp_path / "project", ("CMakeLists.txt", "cmake", "include", "src", "io", "python")
     shutil.copytree(PACKAGE_ROOT.parent, project, ignore=lambda folder, names: [
         name for name in names if name in ("tests", "build", "__pycache__")
         or name.endswith(".egg-info")

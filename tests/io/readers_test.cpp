@@ -24,6 +24,7 @@ using Read = std::tuple<std::string, int, int, Ints, Ints, Ints, Ints, StartTime
 struct Outcome {
     int code;
     std::string message;
+    std::string file;  // the part of the message that names the file
 };
 
 Ints ints(const int* values, int count) { return Ints(values, values + count); }
@@ -45,7 +46,8 @@ Read readOf(const std::string& path, const ctgio_options& options = ctgio_defaul
 Outcome failureOf(const char* path, const ctgio_options* options = nullptr) {
     ctgio_error error{};
     ctgio_recording* recording = ctgio_read(path, options, &error);
-    const Outcome outcome{recording == nullptr ? error.code : CTGIO_OK, error.message};
+    const Outcome outcome{recording == nullptr ? error.code : CTGIO_OK, error.message,
+                          std::string(error.message, error.file_length)};
     ctgio_free(recording);
     return outcome;
 }
@@ -218,6 +220,7 @@ TEST(IoReaders, BrokenFilesGiveCodeAndMessageNamingFileAndProblem) {
         const Outcome outcome = failureOf(path.c_str());
         EXPECT_EQ(outcome.code, code) << content;
         EXPECT_EQ(outcome.message, named + ": " + problem) << content;
+        EXPECT_EQ(outcome.file, named) << content;
     }
 }
 
