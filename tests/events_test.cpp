@@ -69,13 +69,6 @@ void expectCase(Kind kind, const Case& c) {
         << c.what;
 }
 
-// No event in a trace of the given length alternating between 60 and 200 bpm.
-Case alternating(int length) {
-    Case c{"alternating", kNone, {}, 0, length};
-    for (int i = 0; i < length; ++i) c.edits.push_back({i, i % 2 ? 200 : 60});
-    return c;
-}
-
 }  // namespace
 
 // Search span 120 s = 480 samples, 17 bpm for 17 s = 68 samples, spacing 480.
@@ -121,15 +114,12 @@ TEST(DetectAcc, ScansFallbacksAndPasses) {
     };
     // clang-format on
     for (const Case& c : cases) expectCase(Kind::Acceleration, c);
-    for (int n : {0, 1, 59, 60, 61, 480, 481}) expectCase(Kind::Acceleration, alternating(n));
 }
 
 // Search span 30 s = 120 samples, 18 bpm for 18 s = 72 samples, spacing 480.
 TEST(DetectDec, ScansFallbacksPassesAndDeepCount) {
     // clang-format off
     const Case cases[] = {
-        {"spacing from every candidate", {1480, 120, 1479, 1580},
-         {{1000, 1020, 120}, {1200, 1320, 120}, {1480, 1580, 120}}},
         // 880 is back near its own (lower) baseline; the fallback would take 900.
         {"backward scan to trigger - 120", {1000, 110, 880, 1080},
          {{880, 1000, 130}, {900, 136}, {1000, 1080, 110}}, 0, 3000, 120, {{880, 130}}},
@@ -151,12 +141,9 @@ TEST(DetectDec, ScansFallbacksPassesAndDeepCount) {
         {"last allowed trigger", {2939, 110, 2832, 2998},
          {{2819, 2939, 130}, {2830, 135}, {2939, 3000, 110}, {2998, 130}}},
         {"too late", kNone, {{2820, 2940, 130}, {2830, 135}, {2940, 3000, 110}, {2998, 130}}},
-        {"short trace, tail pass 80 .. 139", {120, 110, 119, 195}, {{120, 200, 110}, {195, 130}},
-         0, 200, 30},
     };
     // clang-format on
     for (const Case& c : cases) expectCase(Kind::Deceleration, c);
-    for (int n : {0, 1, 59, 60, 61, 120, 121}) expectCase(Kind::Deceleration, alternating(n));
 }
 
 // Against the first contraction peak only (60 s = 240 samples at 4 Hz).

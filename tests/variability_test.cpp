@@ -1,16 +1,16 @@
 // Quiet stretches between events and the short-term variability measured in them.
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <cstring>
 #include <limits>
 #include <utility>
 #include <vector>
 
 #include "algorithm.h"
+#include "test_support.h"
 
 namespace {
 
+using testing_support::fingerprint;
 using Ints = std::vector<int>;
 using Segments = std::pair<Ints, Ints>;  // starts, ends
 
@@ -23,12 +23,6 @@ Ints calmWithSwings(int length, const std::vector<std::pair<int, int>>& swings) 
         fhr[position + 1] = 99;
     }
     return fhr;
-}
-
-std::uint64_t bitsOf(double value) {
-    std::uint64_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
 }
 
 }  // namespace
@@ -116,7 +110,7 @@ TEST(ShortTermVariability, SwingThresholdsSpansAndSegments) {
         ASSERT_EQ(analyser.setParameter(p), 0);
         double amplitude = -7.0, frequency = -7.0;
         analyser.cal_bpm_var(c.fhr, 4, c.segments.first, c.segments.second, amplitude, frequency);
-        EXPECT_EQ(bitsOf(amplitude), bitsOf(c.amplitude)) << c.what << ": " << amplitude;
+        EXPECT_EQ(fingerprint({amplitude}), fingerprint({c.amplitude})) << c.what << ": " << amplitude;
         EXPECT_EQ(frequency, c.frequency) << c.what;
     }
 }
