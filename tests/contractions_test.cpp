@@ -15,13 +15,6 @@ namespace {
 using Ints = std::vector<int>;
 using Doubles = std::vector<double>;
 
-Ints randomTrace(int length, unsigned seed) {
-    std::mt19937 rng(seed);
-    Ints trace(length);
-    for (int& v : trace) v = 1 + static_cast<int>(rng() % 100);
-    return trace;
-}
-
 // Piecewise-linear integer trace through the given corners (index, value).
 Ints throughCorners(int length, const std::vector<std::pair<int, int>>& corners) {
     Ints trace(length, corners.front().second);
@@ -51,7 +44,10 @@ TEST(LowPass, SinglePrecisionRecursionWhoseStateCarriesOverBetweenCalls) {
     EXPECT_NEAR(second[100], 50.0, 1e-3);  // unit gain at rest
     outputs.insert(outputs.end(), second.begin(), second.end());
     for (unsigned seed : {1u, 2u, 3u}) {
-        const Doubles filtered = analyser.lowpass_filter(randomTrace(500, seed));
+        std::mt19937 rng(seed);
+        Ints trace(500);
+        for (int& v : trace) v = 1 + static_cast<int>(rng() % 100);
+        const Doubles filtered = analyser.lowpass_filter(trace);
         outputs.insert(outputs.end(), filtered.begin(), filtered.end());
     }
     EXPECT_EQ(testing_support::fingerprint(outputs), 0x5aef1ec8c2991cb9ull);

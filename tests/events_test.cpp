@@ -105,10 +105,8 @@ TEST(DetectAcc, ScansFallbacksAndPasses) {
         {"last allowed trigger", {2939, 160, 2802, 2998},
          {{2400, 2939, 150}, {2800, 145}, {2939, 3000, 160}, {2998, 150}}},
         {"too late", kNone, {{2400, 2940, 150}, {2800, 145}, {2940, 3000, 160}, {2998, 150}}},
-        // Spacing 30 s = 120 samples: short traces get the tail pass only, and
-        // a main-pass buffer reaching before sample 0 keeps sample positions.
-        {"short trace, fallback", {200, 160, 52, 300}, {{0, 200, 150}, {50, 145}, {200, 300, 160}},
-         0, 400, 30},
+        // Spacing 30 s = 120 samples: a main-pass buffer reaching before sample 0
+        // keeps sample positions.
         {"buffer before 0, low sample", {200, 160, 49, 300},
          {{0, 200, 150}, {200, 300, 160}, {50, -5}}, 0, 1000, 30, {{50, -20}}},
     };
@@ -153,18 +151,20 @@ TEST(DecType, BoundariesAroundTheFirstPeakAndCountersIncremented) {
         int trigger, rate, length;  // rate: heart rate at the trigger
         int type;
     };
+    // clang-format off
     const Deceleration decelerations[] = {
-        {peak + 16 * r, 100, 10, 0},  // after the peak, within 30 s: other
-        {peak + 15 * r, 100, 10, 0},  {peak + 30 * r, 100, 10, 0},
-        {peak + 31 * r, 100, 10, 3},                                // delayed
-        {peak + 59 * r, 100, 10, 3},  {peak - 59 * r, 100, 10, 1},  // early
-        {peak, 100, 10, 1},           {peak - 60 * r, 60, 300, 0},  // far: exactly 60 bpm is other
-        {peak + 60 * r, 59, 241, 4},                                // far, low and long: low
-        {peak + 100 * r, 59, 240, 0},                               // far, low, not long: other
-        {peak - 100 * r, 61, 239, 2},                               // far, short: late
-        {peak + 150 * r, 61, 240, 0},                               // far, long: other
+        // After the peak: within 30 s other, then delayed up to 59 s; early from
+        // 59 s before up to the peak.
+        {peak + 16 * r, 100, 10, 0}, {peak + 15 * r, 100, 10, 0}, {peak + 30 * r, 100, 10, 0},
+        {peak + 31 * r, 100, 10, 3}, {peak + 59 * r, 100, 10, 3}, {peak - 59 * r, 100, 10, 1},
+        {peak, 100, 10, 1},
+        // Far: exactly 60 bpm is other; low and long is low, low and not long
+        // other; short is late, long other.
+        {peak - 60 * r, 60, 300, 0}, {peak + 60 * r, 59, 241, 4}, {peak + 100 * r, 59, 240, 0},
+        {peak - 100 * r, 61, 239, 2}, {peak + 150 * r, 61, 240, 0},
         {peak - 300, 100, 10, 2},  // only the first peak counts, not the one at 1700
     };
+    // clang-format on
     Ints heartRate(4000, 100), triggers, starts, ends, expected;
     for (const Deceleration& d : decelerations) {
         heartRate[d.trigger] = d.rate;

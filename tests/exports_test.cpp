@@ -191,8 +191,8 @@ void expectCompleted(const ExportedMethod& method, const Outcome& out, const Inp
         }
         return;
     }
-    for (int kind :
-         {0, 2}) {  // sorted pairs inside the trace, each as long as the detector demands
+    // Sorted pairs inside the trace, each as long as the detector demands.
+    for (int kind : {0, 2}) {
         const Ints &starts = out.events[kind], &ends = out.events[kind + 1];
         ASSERT_EQ(starts.size(), ends.size());
         EXPECT_TRUE(std::is_sorted(starts.begin(), starts.end()) &&
@@ -292,7 +292,8 @@ TEST_F(Exports, GettersHandOutFreshArraysAndEachMethodKeepsItsOwnEvents) {
     const int* starts = location->accelerationStarts.data;
     const double* curve = QK4_getKrebsBaseline()->data;
     EXPECT_EQ(QK4_getKrebsLocation(), location);
-    EXPECT_TRUE(location->accelerationStarts.data != starts && QK4_getKrebsBaseline()->data != curve);
+    EXPECT_TRUE(location->accelerationStarts.data != starts &&
+                QK4_getKrebsBaseline()->data != curve);
     EXPECT_EQ(std::pair(starts[0], curve[in.length - 1]), std::pair(999, 140.0));
 
     EXPECT_EQ(QK4_calFhrUC(in.fhr.data(), in.uc.data(), in.fm.data(), in.length, kRate), krebs);

@@ -1,8 +1,7 @@
-// Peak finders: the integer local-maximum search and the filtered double peak
-// finder with its bases, widths and spacing pass.
+// The filtered peak finder of the contraction detection: height, prominence
+// from its bases, widths and the spacing pass.
 #include <gtest/gtest.h>
 
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -35,23 +34,6 @@ Doubles spikes(int length, const std::vector<std::pair<int, double>>& spikeList)
 
 }  // namespace
 
-TEST(IntFindPeaks, PlateausAtTheirFirstSampleEdgesNeverAndOutputsAppended) {
-    // Values and locations are appended to the lists given (here -1 and -2).
-    // clang-format off
-    const std::tuple<Ints, Ints, Ints> cases[] = {
-        {{1, 3, 3, 1}, {-1, 3}, {-2, 1}},    {{1, 3, 2, 4, 4, 4, 0}, {-1, 3, 4}, {-2, 1, 3}},
-        {{9, 1, 5, 1, 9}, {-1, 5}, {-2, 2}}, {{3, 3, 1, 2, 2}, {-1}, {-2}},
-        {{}, {-1}, {-2}},
-    };
-    // clang-format on
-    for (const auto& [x, expectedValues, expectedLocations] : cases) {
-        Ints values{-1}, locations{-2};
-        utils::findPeaks(x, values, locations);
-        EXPECT_EQ(std::pair(values, locations), std::pair(expectedValues, expectedLocations))
-            << testing::PrintToString(x);
-    }
-}
-
 TEST(FindPeaks, HeightProminenceAndSpacingFilters) {
     // Peak 10 at index 5 lies between valleys 5 and 3: prominence 5 (a search
     // past the lower peak 8 would reach valley 1 and give 7).
@@ -81,10 +63,6 @@ TEST(FindPeaks, HeightProminenceAndSpacingFilters) {
             << testing::PrintToString(c.signal) << " " << c.height << " " << c.prominence << " "
             << c.distance;
     }
-    // Reported in position order, with their values and widths.
-    const Peaks found = peaks(spikes(14, {{2, 5.0}, {6, 9.0}, {10, 7.0}}), 0, 0, 1);
-    EXPECT_EQ(std::tuple(found.locations, found.values, found.widths),
-              std::tuple(Ints{2, 6, 10}, Doubles{5.0, 9.0, 7.0}, Doubles{1.0, 1.0, 1.0}));
 }
 
 // The bases are the valleys next to the peak, and the width is measured at
