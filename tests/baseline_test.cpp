@@ -14,7 +14,6 @@
 #include "algorithm.h"
 #include "dispatch_levels.h"
 #include "test_support.h"
-#include "utils.h"
 
 namespace {
 
