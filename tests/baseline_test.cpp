@@ -1,7 +1,8 @@
 // Baselines: the basal rate on a 5 bpm grid and the weighted-mode curves of
 // the heart-rate and contraction traces (one scheme in two shapes): the stages,
-// the written form and the fast form at every vector level agree bit for bit,
-// and fingerprints pin the bits.
+// the written form and the fast form at every vector level agree bit for bit
+// (on random traces, near ties and every research recording), and
+// fingerprints pin the bits.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -165,4 +166,24 @@ TEST(WeightedModeBaseline, NearTiesAreDecidedAsInTheWrittenForm) {
                          curves);
     }
     EXPECT_EQ(testing_support::fingerprint(curves), 0x36799b38a90fc151ull);
+}
+
+// The fast form at every level against the written form on every research
+// recording (both heart-rate channels and the toco channel).
+TEST(WeightedModeBaseline, FastFormMatchesTheWrittenFormOnResearchRecordings) {
+    if (testing_support::dataDir().empty()) GTEST_SKIP() << "research recordings not present";
+    auto check = [](const Ints& trace, const BaselineShape& shape, const std::string& name) {
+        const int seconds = static_cast<int>(trace.size()) / 4;
+        const Doubles written = weightedModeBaselineReference(trace, seconds, 4, shape);
+        testing_support::atEveryLevel([&] {
+            expectSameBits(weightedModeBaselineLanes(trace, seconds, 4, shape), written, name);
+        });
+    };
+    for (const auto& rec : testing_support::researchRecordings()) {
+        check(rec.fhr, kHeartRate, rec.name);
+        check(rec.uc, kContraction, rec.name + " toco");
+    }
+    for (const auto& rec : testing_support::researchRecordings("train/fhrmax")) {
+        check(rec.fhr, kHeartRate, rec.name + " channel maximum");
+    }
 }

@@ -2,13 +2,16 @@
 // exports and log lines of the four methods, every kind of bad input, and a
 // log that cannot be written, which must leave no file descriptor open.  Arrays
 // hold exactly what the interface reads, so a sanitizer build catches any read
-// past them (and its leak check any memory a run leaves behind).
+// past them (and its leak check any memory a run leaves behind).  Every
+// research recording goes through all four methods, and many rounds of runs,
+// as a host running for weeks makes, must leave memory flat.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
@@ -18,11 +21,17 @@
 #include <numeric>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "exported_methods.h"
 #include "synthetic_recording.h"
 #include "test_support.h"
+
+// AddressSanitizer holds freed memory back in a quarantine, so resident memory
+// says nothing about leaks there; its own leak check covers that build, the
+// only one its runtime is linked into.
+extern "C" void __asan_init() __attribute__((weak));
 
 namespace {
 
@@ -95,12 +104,22 @@ Input flatWith(std::initializer_list<std::array<int, 3>> stretches) {
     return in;
 }
 
+// A research recording as a host hands it over: one movement word per second,
+// the marks of its samples.
+Input fromRecording(const Recording& rec) {
+    Input in{rec.fhr, rec.uc, Ints(rec.fm.size() / kRate, 0), static_cast<int>(rec.fhr.size())};
+    for (size_t s = 0; s < in.fm.size(); ++s)
+        for (int k = 0; k < kRate; ++k) in.fm[s] |= rec.fm[s * kRate + k];
+    return in;
+}
+
 // Everything a host reads back after one run.
 struct Outcome {
     Ints words;
     std::vector<Ints> events;
     std::vector<double> baseline;  // never NaN, so == compares the values
     Lines log;
+    auto key() const { return std::tie(words, events, baseline, log); }
 };
 
 Outcome analyse(const ExportedMethod& method, const Input& in) {
@@ -499,6 +518,91 @@ TEST_F(Exports, RunLogGoesToTheDailyFileAndStandardOutputAndItsFaultsChangeNoRun
         EXPECT_NE(echoed.find("]  Score finished\n"), std::string::npos);
         EXPECT_EQ(openDescriptors(), descriptors);
     }
+}
+
+// --- research recordings ----------------------------------------------------------
+
+// Every research recording through all four methods in one process, as a
+// viewer of stored recordings would run them (CTGSCORE_RECORDINGS_LIMIT, in
+// minutes, keeps to the shorter ones).
+TEST_F(Exports, EveryResearchRecordingRunsThroughAllFourMethods) {
+    const std::vector<Recording> recordings = researchRecordings();
+    if (recordings.empty()) GTEST_SKIP() << "no research recording within the limit";
+    for (const Recording& rec : recordings) {
+        SCOPED_TRACE(rec.name);
+        const Input in = fromRecording(rec);
+        // Recordings that are all signal loss must fail, and only those.
+        const bool hopeless =
+            std::none_of(in.fhr.begin(), in.fhr.end(), [](int v) { return v >= 60 && v <= 210; });
+        const Outcome krebs = analyse(kKrebs, in);
+        for (const ExportedMethod& method : kExportedMethods) {
+            SCOPED_TRACE(method.name);
+            const Outcome out = analyse(method, in);
+            hopeless ? expectRefused(method, out, kRangeError) : expectCompleted(method, out, in);
+        }
+        // Again, after the other methods: nothing may carry over.
+        EXPECT_TRUE(analyse(kKrebs, in).key() == krebs.key());
+    }
+}
+
+// --- long use ---------------------------------------------------------------------
+
+long residentBytes() {
+    long size = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> size >> resident;
+    return resident * sysconf(_SC_PAGESIZE);
+}
+
+// One round: all four methods on a recording that changes by one sample from
+// round to round, as a monitor's would, so no run can be served a curve kept
+// from an earlier one, and all eight getters.  Returns the bytes of the arrays
+// the getters handed out (kept for the life of the process by design).
+long runRound() {
+    static Input in = synthetic(20 * 60 * kRate);
+    static size_t round = 0;
+    const size_t t = (round++ * 7919) % in.fhr.size();
+    in.fhr[t] ^= 1;
+    in.uc[t] ^= 1;
+    long bytes = 0;
+    for (const ExportedMethod& method : kExportedMethods) {
+        method.run(in.fhr.data(), in.uc.data(), in.fm.data(), in.length, in.rate);
+        // Each getter refills the one shared export record: read it before the next call.
+        const QK4_FhrLocation& l = *method.location();
+        bytes += sizeof(int) * (l.accelerationStarts.count + l.accelerationEnds.count +
+                                l.decelerationStarts.count + l.decelerationEnds.count);
+        bytes += sizeof(double) * method.baseline()->count;
+    }
+    return bytes;
+}
+
+// Every getter call keeps its arrays: the growth over the rounds, measured
+// after a warm-up that lets the allocator reach its working size, must be
+// theirs and no more (each array also costs the allocator a header and the
+// library a pointer, and the heap some slack).  CTGSCORE_LONG_USE_RUNS sets
+// the number of rounds.
+TEST(LongUse, MemoryGrowsOnlyByTheArraysTheGettersHandOutAndNoDescriptorLeaks) {
+    const bool quarantinedHeap = __asan_init != nullptr;
+    const char* wanted = std::getenv("CTGSCORE_LONG_USE_RUNS");
+    const int rounds =
+        wanted && std::atoi(wanted) > 0 ? std::atoi(wanted) : (quarantinedHeap ? 50 : 300);
+    testing::internal::CaptureStdout();  // the library echoes every log line
+    for (int k = 0; k < 20; ++k) runRound();
+    clearLog();
+    const long residentBefore = residentBytes();
+    const long descriptorsBefore = openDescriptors();
+    long retained = 0;
+    for (int k = 0; k < rounds; ++k) {
+        retained += runRound();
+        clearLog();  // the daily log would otherwise grow by a few kB a round
+    }
+    const long growth = residentBytes() - residentBefore;
+    const long descriptors = openDescriptors() - descriptorsBefore;
+    testing::internal::GetCapturedStdout();
+    const long overhead = 20L * rounds * 48, slack = 4L << 20;  // 20 arrays a round
+    if (!quarantinedHeap) {
+        EXPECT_LT(growth, retained + overhead + slack);
+    }
+    EXPECT_EQ(descriptors, 0);
 }
 
 }  // namespace

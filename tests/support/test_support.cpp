@@ -1,5 +1,7 @@
 #include "test_support.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
@@ -33,6 +35,23 @@ Recording readCsv(const std::string& path) {
         }
     }
     return rec;
+}
+
+std::vector<Recording> researchRecordings(const std::string& subdir) {
+    std::vector<Recording> recordings;
+    if (dataDir().empty()) return recordings;
+    const char* limit = std::getenv("CTGSCORE_RECORDINGS_LIMIT");
+    const double maxSamples = limit && *limit ? std::atof(limit) * 60 * 4 : 1e300;  // 4 Hz
+    std::vector<fs::path> paths;
+    for (const auto& entry : fs::directory_iterator(fs::path(dataDir()) / subdir)) {
+        if (entry.path().extension() == ".csv") paths.push_back(entry.path());
+    }
+    std::sort(paths.begin(), paths.end());
+    for (const auto& path : paths) {
+        Recording rec = readCsv(path.string());
+        if (rec.fhr.size() <= maxSamples) recordings.push_back(std::move(rec));
+    }
+    return recordings;
 }
 
 std::string logNameOn(std::time_t day) {

@@ -18,6 +18,10 @@ struct Recording {
 };
 Recording readCsv(const std::string& path);
 
+// The recordings of dataDir()/subdir (sorted by name) that are no longer than
+// CTGSCORE_RECORDINGS_LIMIT minutes when that is set; none without the data.
+std::vector<Recording> researchRecordings(const std::string& subdir = "train");
+
 // The message part (after the "[stamp]  " prefix) of each line of the log file
 // written in the working directory today.
 std::vector<std::string> logMessages();
