@@ -1,5 +1,6 @@
-// The ctgscore executable end to end: the table and the batch lines of the
-// example recordings as whole files, the options, exit codes and the log.
+// The ctgscore executable end to end: the table, the batch lines, the strip
+// chart and the review index of the example recordings as whole files, the
+// options, exit codes and the log.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -59,11 +60,15 @@ TEST(Cli, TableAndBatchLinesOfTheExampleRecordingsExitCodesAndOptions) {
         {{"analyze", "recordings/short.csv", "--params", seventeen + "300,5"}, 2},
         {{"analyze", "recordings/short.csv", "--method", "apgar"}, 2},
         {{"plot", "recordings/short.csv", "--out", "x.svg", "--from", "30"}, 2},
+        {{"plot", "recordings/example.csv", "--out", "x.svg", "--from", "8", "--to", "2"}, 2},
+        {{"simulate", "--minutes", "0"}, 2},
+        {{"report", "recordings/short.csv", "--out", "short"}, 3},
+        {{"report", "recordings/short.csv", "--out", "recordings/example.csv/pages"}, 1},
         {{"frobnicate"}, 2}};
     for (const auto& [arguments, exitCode] : runs) {
         EXPECT_EQ(runTool(arguments).exitCode, exitCode) << arguments[0] << " " << arguments.back();
     }
-    EXPECT_NE(readFile("strip.svg").find("shown 2:00 to 8:00"), std::string::npos);
+    expectFile(readFile("strip.svg"), "example_strip.svg");
 
     const tooltest::ToolRun table =
         runTool({"analyze", "recordings/example.csv", "recordings/late.csv", "recordings/short.csv",
@@ -75,6 +80,12 @@ TEST(Cli, TableAndBatchLinesOfTheExampleRecordingsExitCodesAndOptions) {
         runTool({"batch", "recordings", "--out", "results.jsonl", "--jobs", "2"});
     EXPECT_EQ(batch.err, "ctgscore: 4 recordings, 1 not read; results in results.jsonl\n");
     expectFile(readFile("results.jsonl"), "example_batch.jsonl");
+    const tooltest::ToolRun report = runTool({"report", "recordings/example.csv",
+                                              "recordings/late.csv", "recordings/short.csv",
+                                              "recordings/broken.csv", "--out", "pages"});
+    EXPECT_EQ(report.exitCode, 1);
+    EXPECT_NE(report.err.find("3 of 4 recordings have a page"), std::string::npos) << report.err;
+    expectFile(readFile("pages/index.html"), "example_index.html");
 
     // accMinSpacing 600 s leaves fewer of the example's 8 accelerations.
     const std::string spacing = "-1,-1,-1,-1,600,-1,-1,-1,-1,-1,-1,-1,-1,-1,-1,-1,-1";

@@ -33,7 +33,5 @@ struct ToolRun {
 ToolRun runTool(const std::vector<std::string>& arguments);
 
 int countOf(const std::string& text, const std::string& needle);
-// Number of runs of consecutive nonzero values: marks, or stretches with signal.
-int nonzeroRuns(const std::vector<int>& values);
 
 }  // namespace tooltest
