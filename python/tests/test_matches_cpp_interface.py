@@ -9,7 +9,7 @@ import pytest
 
 import ctgscore
 import recordings
-from conftest import built, data_dir, in_fresh_process
+from conftest import built, in_fresh_process
 
 METHODS = ("krebs", "fischer", "acog", "uc")
 NON_DEFAULT = (5, 2, 15, 20, 60, 12, 15, 90, 8, 7, 30, 20, 7, 8, 40, 2, 900)
@@ -78,9 +78,3 @@ def test_generated_recordings(tmp_path, rate, parameters, mode, seeds, minutes):
         fhr, uc, fm = recordings.generate(seed or 0, minutes, rate)
         recordings.write_csv(path, [0] * len(fhr) if seed is None else fhr, uc, fm, rate)
     assert_same_results(paths, rate, parameters, mode)
-
-
-@pytest.mark.skipif(data_dir() is None, reason="research recordings not present")
-def test_research_recordings():
-    train = data_dir() / "train"
-    assert_same_results(sorted(train.glob("*.csv"))[:3] + sorted(train.glob("fhrmax/*.csv"))[:1])

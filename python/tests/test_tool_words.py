@@ -1,5 +1,5 @@
-"""The package words the results as the command-line tool does: its method facts are the
-tool's, and its score items are the `items` of the tool's JSON."""
+"""The package words the results as the command-line tool does: its score items are the
+`items` of the tool's JSON."""
 
 import json
 import subprocess
@@ -8,13 +8,6 @@ import pytest
 
 import ctgscore
 from conftest import PACKAGE_ROOT, built, data_dir, in_fresh_process
-from ctgscore import _methods
-
-
-def test_method_facts_are_the_tools():
-    printed = subprocess.run([built("CTGSCORE_FACTS_DRIVER")], check=True, capture_output=True,
-                             text=True).stdout
-    assert json.loads(printed) == [facts.as_json() for facts in _methods.METHOD_FACTS]
 
 
 def score_items(path):
