@@ -1,6 +1,7 @@
 """analyze_files: one row per recording and method, the same whatever the jobs, the order
 or the Dask cluster, the values and events of the command-line tool's batch, and a failure
-row, never a missing one, when an analysis process or a worker is killed."""
+row, never a missing one, when an analysis process or a worker is killed; score items
+worded as the tool's."""
 
 import concurrent.futures
 import json
@@ -15,7 +16,7 @@ import pytest
 
 import ctgscore
 import recordings
-from conftest import built
+from conftest import PACKAGE_ROOT, built, data_dir, in_fresh_process
 
 # Dask's tornado event loop warns on start-up.
 pytestmark = pytest.mark.filterwarnings("ignore:make_current is deprecated:DeprecationWarning")
@@ -117,6 +118,29 @@ def test_rows_and_events_agree_with_the_tool(archive, archive_table, tmp_path):
         events = ctgscore.analyze(ctgscore.read(line["file"]), method="all").events()
         assert events[events.kind.isin(["acceleration", "deceleration"])].to_dict(
             "records") == tool_events(line), line["file"]
+
+
+def score_items(path):
+    results = ctgscore.analyze(ctgscore.read(path), method="all")
+    return {method: [tuple(item) for item in result.score_items()]
+            for method, result in results.items()}
+
+
+# The example, and a research recording with deep decelerations and too few contractions.
+RESEARCH = data_dir() / "train" / "train56.fhr" if data_dir() else None
+
+
+@pytest.mark.parametrize("path", [
+    PACKAGE_ROOT.parent / "examples" / "example.csv",
+    pytest.param(RESEARCH, marks=pytest.mark.skipif(RESEARCH is None,
+                                                    reason="research recordings not present"))])
+def test_score_items_are_the_tools(path):
+    out = subprocess.run([built("CTGSCORE_TOOL"), "analyze", "--format", "json", str(path)],
+                         check=True, capture_output=True, text=True).stdout
+    tool = {result["method"]: [(item["item"], item["text"], item.get("points"))
+                               for item in result["items"]]
+            for result in json.loads(out)["recordings"][0]["results"]}
+    assert in_fresh_process(score_items, path) == tool
 
 
 def test_bad_arguments_raise(tmp_path):

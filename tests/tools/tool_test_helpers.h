@@ -15,8 +15,6 @@ namespace tooltest {
 std::string readFile(const std::string& path);
 
 using testing_support::fhrmaBytes;
-using testing_support::FhrmaSample;
-using testing_support::format16Bytes;
 using testing_support::writeFile;
 
 // Starts ctgscore with the arguments in a process group of its own (so that a
