@@ -6,11 +6,8 @@ import struct
 
 
 def generate(seed, minutes=20, rate=4):
-    """A recording with variability, accelerations, contractions with late
-    decelerations, a stretch of signal loss and a few movement marks.
-
-    Returns (fhr, uc, fm_per_second).
-    """
+    """(fhr, uc, fm_per_second) with variability, accelerations, contractions with late
+    decelerations, a stretch of signal loss and a few movement marks."""
     rng = random.Random(seed)
     length = minutes * 60 * rate
     base = 125 + 10 * rng.random()

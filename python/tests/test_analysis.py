@@ -109,8 +109,7 @@ def test_log_directory_places_the_log_which_still_reaches_standard_output(tmp_pa
 
 
 def unaffected_by_earlier_calls(results):
-    """All but the contraction findings, which depend on the state the contraction filter
-    kept from earlier calls."""
+    """All but the contraction findings, which depend on the contraction filter's state."""
     return {method: (result.raw_words if method == "krebs" else result.raw_words[35:42],
                      result.accelerations, result.decelerations, list(result.baseline))
             for method, result in results.items()}
@@ -127,11 +126,7 @@ def test_eight_threads_get_the_serial_results():
 
     def three_rounds(job):
         start.wait()
-        views = []
-        for _ in range(3):
-            views.append(unaffected_by_earlier_calls(ctgscore.analyze(**job)))
-            ctgscore.get_parameters()
-        return views
+        return [unaffected_by_earlier_calls(ctgscore.analyze(**job)) for _ in range(3)]
 
     with concurrent.futures.ThreadPoolExecutor(len(jobs)) as pool:
         assert list(pool.map(three_rounds, jobs)) == [[view] * 3 for view in serial]

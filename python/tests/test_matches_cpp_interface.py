@@ -36,9 +36,8 @@ def analysis(*arguments):
 
 
 def mirror(rate, parameters, mode, paths):
-    """The driver's calls made through the package, in a fresh process. mode: "each" (one
-    call per method, parameters set first), "params" (parameters given to every call) or
-    "numpy" (method="all" on arrays of other integer types than the package's)."""
+    """The driver's calls through the package. mode: "each" (one call per method, parameters
+    set first), "params" (given to every call) or "numpy" (method="all", other int types)."""
     if parameters and mode == "each":
         ctgscore.set_parameters(ctgscore.Parameters(*parameters))
     params = ctgscore.Parameters(*parameters) if mode == "params" else None

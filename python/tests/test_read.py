@@ -1,6 +1,5 @@
-"""read gives the command-line tool's values and error texts (both read through the
-readers' library, tested on its own): generated files, broken ones, and every research
-recording."""
+"""read gives the command-line tool's values and error texts (both use the readers'
+library): generated files, broken ones, and every research recording."""
 
 import json
 import subprocess
