@@ -72,6 +72,8 @@ def test_stored_and_per_call_parameters():
         assert with_other.variability_amplitude != ctgscore.analyze(FHR).variability_amplitude
         ctgscore.set_parameters(other)
         assert ctgscore.analyze(FHR) == with_other
+        assert with_other.decelerations_seconds == tuple(
+            (start / 4, end / 4) for start, end in with_other.decelerations) != ()
         with pytest.raises(TypeError):
             ctgscore.set_parameters(other.values())
     finally:
