@@ -1,8 +1,7 @@
-// Peak finders: the integer local-maximum search and the filtered double peak
-// finder with its bases, widths and spacing pass.
+// The filtered peak finder of the contraction detection: height, prominence
+// from its bases, widths and the spacing pass.
 #include <gtest/gtest.h>
 
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -35,26 +34,6 @@ Doubles spikes(int length, const std::vector<std::pair<int, double>>& spikeList)
 
 }  // namespace
 
-TEST(IntFindPeaks, PlateausAtTheirFirstSampleEdgesNeverAndOutputsAppended) {
-    struct Case {
-        Ints x, values, locations;
-    };
-    // clang-format off
-    const Case cases[] = {
-        {{1, 3, 3, 1}, {3}, {1}},    {{1, 3, 2, 4, 4, 4, 0}, {3, 4}, {1, 3}},
-        {{9, 1, 5, 1, 9}, {5}, {2}}, {{3, 3, 1, 2, 2}, {}, {}},
-        {{}, {}, {}},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        Ints values{-1}, locations{-2};  // appended to
-        utils::findPeaks(c.x, values, locations);
-        EXPECT_EQ(Ints(values.begin() + 1, values.end()), c.values) << testing::PrintToString(c.x);
-        EXPECT_EQ(Ints(locations.begin() + 1, locations.end()), c.locations);
-        EXPECT_EQ(std::pair(values[0], locations[0]), std::pair(-1, -2));
-    }
-}
-
 TEST(FindPeaks, HeightProminenceAndSpacingFilters) {
     // Peak 10 at index 5 lies between valleys 5 and 3: prominence 5 (a search
     // past the lower peak 8 would reach valley 1 and give 7).
@@ -84,31 +63,14 @@ TEST(FindPeaks, HeightProminenceAndSpacingFilters) {
             << testing::PrintToString(c.signal) << " " << c.height << " " << c.prominence << " "
             << c.distance;
     }
-    // Reported in position order, with their values and widths.
-    const Peaks found = peaks(spikes(14, {{2, 5.0}, {6, 9.0}, {10, 7.0}}), 0, 0, 1);
-    EXPECT_EQ(std::tuple(found.locations, found.values, found.widths),
-              std::tuple(Ints{2, 6, 10}, Doubles{5.0, 9.0, 7.0}, Doubles{1.0, 1.0, 1.0}));
 }
 
-TEST(FindPeaks, BasesAreTheAdjacentValleysAndWidthsAtHalfProminence) {
-    const Doubles nested{0, 20, 1, 8, 5, 10, 3, 30, 0};
-    const utils::Extrema extrema = utils::findExtrema(nested);
-    Doubles baseHeight;
-    Ints leftBase, rightBase;
-    utils::getPeakBase(nested, extrema.maxima, extrema.inflections, baseHeight, leftBase,
-                       rightBase);
-    EXPECT_EQ(
-        std::tuple(extrema.maxima, leftBase, rightBase, baseHeight),
-        std::tuple(Ints{1, 3, 5, 7}, Ints{0, 2, 4, 6}, Ints{2, 4, 6, 8}, Doubles{1, 5, 5, 3}));
-
+// The bases are the valleys next to the peak, and the width is measured at
+// half the prominence above the higher base.
+TEST(FindPeaks, WidthsAtHalfProminenceAboveTheHigherBase) {
     // Level 2.5 is crossed between 1 and 5 (x = 1.375) and between 3 and 0 (x = 4 - 2.5 / 3).
     EXPECT_DOUBLE_EQ(peaks({0, 1, 5, 3, 0}, 0, 0, 0).widths.at(0), (4.0 - 2.5 / 3.0) - 1.375);
     // Level 7.5 above base 5.
-    EXPECT_DOUBLE_EQ(peaks(nested, 0, 5, 0).widths.at(1), (6.0 - 4.5 / 7.0) - 4.5);
-
-    // A level never crossed inside the bases: both sides stop at the base index.
-    const Doubles plateau{0, 9, 10, 9, 0};
-    EXPECT_EQ(utils::findLeftIntercept(plateau, 2, 1, 5.0), 0);
-    EXPECT_EQ(utils::findRightIntercept(plateau, 2, 3, 5.0), 4);
-    EXPECT_EQ(utils::getHalfMaxBounds(plateau, {2}, {0.0}, {1}, {3}), Doubles{2.0});
+    EXPECT_DOUBLE_EQ(peaks({0, 20, 1, 8, 5, 10, 3, 30, 0}, 0, 5, 0).widths.at(1),
+                     (6.0 - 4.5 / 7.0) - 4.5);
 }

@@ -38,28 +38,14 @@ Ints bridged(Ints trace, const std::vector<Segment>& segments) {
 }  // namespace
 
 TEST(ExtremePointFilter, InvalidSamplesTakeTheLastValidValue) {
-    struct Case {
-        Ints trace;
-        int result;
-        Ints expected;
-    };
-    // clang-format off
-    const Case cases[] = {
-        {{0, 59, 100, 211, 250, 60, 210, 300, -5, 0, 140},
-         0,
-         {100, 100, 100, 100, 100, 60, 210, 210, 210, 210, 140}},
-        {{60}, 0, {60}},
-        {{}, 0, {}},
-        // Without a valid sample the trace is reported and kept.
-        {{20}, -1, {20}},
-    };
-    // clang-format on
     const QK4_CFhrAlgorithm analyser;
-    for (const Case& c : cases) {
-        Ints trace = c.trace;
-        EXPECT_EQ(analyser.extremePointFilter(trace), c.result) << testing::PrintToString(c.trace);
-        EXPECT_EQ(trace, c.expected);
-    }
+    Ints trace{0, 59, 100, 211, 250, 60, 210, 300, -5, 0, 140};
+    EXPECT_EQ(analyser.extremePointFilter(trace), 0);
+    EXPECT_EQ(trace, (Ints{100, 100, 100, 100, 100, 60, 210, 210, 210, 210, 140}));
+    // Without a valid sample the trace is reported and kept.
+    Ints invalid{20};
+    EXPECT_EQ(analyser.extremePointFilter(invalid), -1);
+    EXPECT_EQ(invalid, Ints{20});
 }
 
 TEST(UpdateFhr, ClusteredMovementsAreBridgedWithMargins) {
@@ -97,25 +83,18 @@ TEST(UpdateFhr, ClusteredMovementsAreBridgedWithMargins) {
     }
 }
 
+// The thresholds are fixed (no parameter reaches them), so the filter only acts
+// on excesses far beyond any heart rate.
 TEST(ThresholdFilter, DropsOverTwoHundredAndExcessesOverThreeHundredRepeatThePreviousSample) {
-    struct Case {
-        Ints trace;
-        double base;
-        Ints expected;
-    };
-    // clang-format off
-    const Case cases[] = {
-        // 300 -> 90 drops by 210, and 95 still compares with the repaired 300;
-        // 300 over a baseline of 10 is allowed, 301 is not; a drop of exactly 200 stays.
-        {{300, 90, 95, 100, 311, 310, 110, 109}, 10.0, {300, 300, 300, 100, 100, 310, 110, 109}},
-        {{1000}, 0.0, {1000}},  // the first sample is never changed
-    };
-    // clang-format on
-    for (const Case& c : cases) {
+    const auto filtered = [](Ints trace, double base) {
         QK4_CFhrAlgorithm analyser;
-        analyser.setFhrBaseline(std::vector<double>(c.trace.size(), c.base));
-        Ints trace = c.trace;
+        analyser.setFhrBaseline(std::vector<double>(trace.size(), base));
         analyser.thresholdFilter(trace);
-        EXPECT_EQ(trace, c.expected);
-    }
+        return trace;
+    };
+    // 300 -> 90 drops by 210, and 95 still compares with the repaired 300;
+    // 300 over a baseline of 10 is allowed, 301 is not; a drop of exactly 200 stays.
+    EXPECT_EQ(filtered({300, 90, 95, 100, 311, 310, 110, 109}, 10.0),
+              (Ints{300, 300, 300, 100, 100, 310, 110, 109}));
+    EXPECT_EQ(filtered({1000}, 0.0), Ints{1000});  // the first sample is never changed
 }

@@ -101,8 +101,9 @@ class DecelerationTypes:
 
 
 @dataclasses.dataclass(frozen=True)
-class KrebsResult(HeartRateFindings, Result):
-    """Krebs score: six items of 0-2 points (words 1-6), total 0-12 (word 0)."""
+class ScoreItems:
+    """The total (word 0) and the five items of 0-2 points that the Krebs and
+    Fischer scores share (words 1-5)."""
 
     total_score: int
     baseline_score: int
@@ -110,11 +111,17 @@ class KrebsResult(HeartRateFindings, Result):
     frequency_score: int
     acceleration_score: int
     deceleration_score: int
+
+
+@dataclasses.dataclass(frozen=True)
+class KrebsResult(ScoreItems, HeartRateFindings, Result):
+    """Krebs score: six items of 0-2 points (words 1-6), total 0-12 (word 0)."""
+
     movement_score: int
 
 
 @dataclasses.dataclass(frozen=True)
-class FischerResult(DecelerationTypes, HeartRateFindings, Result):
+class FischerResult(ScoreItems, DecelerationTypes, HeartRateFindings, Result):
     """Modified Fischer score: five items of 0-2 points (words 1-5), total 0-10
     (word 0).
 
@@ -122,12 +129,6 @@ class FischerResult(DecelerationTypes, HeartRateFindings, Result):
     found, else 0 (word 23).
     """
 
-    total_score: int
-    baseline_score: int
-    amplitude_score: int
-    frequency_score: int
-    acceleration_score: int
-    deceleration_score: int
     strong_contraction_flag: int
 
 

@@ -12,8 +12,6 @@ namespace testing_support {
 
 struct SyntheticRecording {
     std::vector<int> fhr, uc, fm;
-    int rate = 4;
-    int length() const { return static_cast<int>(fhr.size()); }
 };
 
 // Raised-cosine bump of height `peak` and `width` samples, starting at `start`.
@@ -25,7 +23,6 @@ inline double bump(long t, long start, long width, double peak) {
 
 inline SyntheticRecording syntheticRecording(long samples, int rate = 4) {
     SyntheticRecording rec;
-    rec.rate = rate;
     rec.fhr.resize(samples);
     rec.uc.resize(samples);
     rec.fm.assign(samples / rate, 0);
@@ -37,7 +34,8 @@ inline SyntheticRecording syntheticRecording(long samples, int rate = 4) {
         bpm += bump(t % (4 * minute), 2 * minute, minute / 2, 25.0);
         bpm -= bump(t % (7 * minute), 5 * minute, minute / 2, 30.0);
         rec.fhr[t] = static_cast<int>(std::lround(bpm));
-        rec.uc[t] = static_cast<int>(std::lround(12.0 + bump(t % (3 * minute), minute, minute, 55.0)));
+        rec.uc[t] =
+            static_cast<int>(std::lround(12.0 + bump(t % (3 * minute), minute, minute, 55.0)));
     }
     for (long second = 30; second < static_cast<long>(rec.fm.size()); second += 7 * 60) {
         rec.fm[second] = 4;

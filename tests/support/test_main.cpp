@@ -1,11 +1,11 @@
 // Runs every test program inside a fresh temporary working directory, so the
 // daily log the library writes never lands in the source or build tree.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <unistd.h>
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);

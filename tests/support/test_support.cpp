@@ -1,7 +1,6 @@
 #include "test_support.h"
 
-#include <algorithm>
-#include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -36,23 +35,6 @@ Recording readCsv(const std::string& path) {
     return rec;
 }
 
-std::vector<Recording> researchRecordings(const std::string& subdir) {
-    std::vector<Recording> recordings;
-    if (dataDir().empty()) return recordings;
-    const char* limit = std::getenv("CTGSCORE_RECORDINGS_LIMIT");
-    const double maxSamples = limit && *limit ? std::atof(limit) * 60 * 4 : 1e300;  // 4 Hz
-    std::vector<fs::path> paths;
-    for (const auto& entry : fs::directory_iterator(fs::path(dataDir()) / subdir)) {
-        if (entry.path().extension() == ".csv") paths.push_back(entry.path());
-    }
-    std::sort(paths.begin(), paths.end());
-    for (const auto& path : paths) {
-        Recording rec = readCsv(path.string());
-        if (rec.fhr.size() <= maxSamples) recordings.push_back(std::move(rec));
-    }
-    return recordings;
-}
-
 std::string logNameOn(std::time_t day) {
     std::tm local{};
     localtime_r(&day, &local);
@@ -73,6 +55,16 @@ std::vector<std::string> logMessages() {
 }
 
 void clearLog() { fs::remove(todaysLogName()); }
+
+std::uint64_t fingerprint(const std::vector<double>& values) {
+    std::uint64_t hash = 14695981039346656037ull;
+    for (double v : values) {
+        unsigned char bytes[sizeof v];
+        std::memcpy(bytes, &v, sizeof v);
+        for (unsigned char b : bytes) hash = (hash ^ b) * 1099511628211ull;
+    }
+    return hash;
+}
 
 void writeFile(const std::string& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;

@@ -18,10 +18,6 @@ struct Recording {
 };
 Recording readCsv(const std::string& path);
 
-// The recordings of dataDir()/subdir (sorted by name) that are no longer than
-// CTGSCORE_RECORDINGS_LIMIT minutes when that is set; none without the data.
-std::vector<Recording> researchRecordings(const std::string& subdir = "train");
-
 // The message part (after the "[stamp]  " prefix) of each line of the log file
 // written in the working directory today.
 std::vector<std::string> logMessages();
@@ -30,6 +26,10 @@ std::string logNameOn(std::time_t day);
 std::string todaysLogName();
 // Removes today's log file.
 void clearLog();
+
+// FNV-1a over the bit patterns of the values, so a change in any digit of any
+// value shows.
+std::uint64_t fingerprint(const std::vector<double>& values);
 
 // Writes the bytes as the whole file.
 void writeFile(const std::string& path, const std::string& bytes);

@@ -110,11 +110,8 @@ int runPlotCommand(const PlotArguments& arguments, const GlobalArguments& global
 }
 
 int runReportCommand(const ReportArguments& arguments, const GlobalArguments& global) {
-    ReviewOptions options;
-    options.analysis = fileAnalysisOptions(arguments.analysis, global);
-    options.files = arguments.files;
-    options.directory = arguments.directory;
-    const std::vector<IndexEntry> entries = writeReview(options);
+    const std::vector<IndexEntry> entries = writeReview(
+        {arguments.files, arguments.directory, fileAnalysisOptions(arguments.analysis, global)});
     int exitCode = kExitOk;
     std::size_t pages = 0;
     for (const IndexEntry& entry : entries) {
@@ -139,13 +136,9 @@ int runSimulateCommand(const SimulateArguments& arguments) {
 }
 
 int runBatchCommand(const BatchArguments& arguments, const GlobalArguments& global) {
-    BatchOptions options;
-    options.analysis = fileAnalysisOptions(arguments.analysis, global);
-    options.directory = arguments.directory;
-    options.output = arguments.output;
-    options.jobs = arguments.jobs;
-    options.resume = arguments.resume;
-    const BatchSummary summary = runBatch(options);
+    const BatchSummary summary =
+        runBatch({arguments.directory, arguments.output, arguments.jobs, arguments.resume,
+                  fileAnalysisOptions(arguments.analysis, global)});
     const std::string resumed =
         arguments.resume ? " (" + std::to_string(summary.resumed) + " from the earlier run)" : "";
     tell(std::to_string(summary.files) + " recordings" + resumed + ", " +

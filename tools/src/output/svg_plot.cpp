@@ -120,7 +120,7 @@ void drawValueLabels(SvgWriter& svg, const Layout& layout) {
         svg.text(kLeft - 6, layout.y(label.y) + 4, std::to_string(label.value), "label", "end");
     }
     svg.text(kLeft - 40, kTop - 8, "FHR bpm", "label");
-    svg.text(kLeft - 40, layout.y(strip::kTocoTop) - 4, "TOCO", "label");
+    svg.text(kLeft - 40, layout.y(strip::kTocoTop) - 13, "TOCO", "label");  // above the 100
 }
 
 // Minute numbers under the strip, at a step that leaves room between them.
