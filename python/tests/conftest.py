@@ -23,8 +23,7 @@ def built(variable):
 
 
 def in_fresh_process(function, *arguments):
-    """function(*arguments) in a new Python process: the library's contraction filter
-    keeps its state from one call to the next."""
+    """function(*arguments) in a new process, clear of the contraction filter's state."""
     spawn = multiprocessing.get_context("spawn")
     with concurrent.futures.ProcessPoolExecutor(1, mp_context=spawn) as fresh:
         return fresh.submit(function, *arguments).result()
@@ -32,8 +31,7 @@ def in_fresh_process(function, *arguments):
 
 @pytest.fixture(scope="session", autouse=True)
 def session_directory(tmp_path_factory):
-    """Module fixtures run here, so the log of their analyses lands in no source or build
-    folder."""
+    """Module fixtures run here, so their analyses' log lands in no source or build folder."""
     with pytest.MonkeyPatch.context() as patch:
         patch.chdir(tmp_path_factory.mktemp("session"))
         yield

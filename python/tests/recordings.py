@@ -1,4 +1,4 @@
-"""Synthetic recordings with a known shape, written as CSV, FHRMA or WFDB files."""
+"""Synthetic recordings with a known shape, written as CSV or FHRMA files."""
 
 import math
 import random
@@ -6,11 +6,8 @@ import struct
 
 
 def generate(seed, minutes=20, rate=4):
-    """A recording with variability, accelerations, contractions with late
-    decelerations, a stretch of signal loss and a few movement marks.
-
-    Returns (fhr, uc, fm_per_second).
-    """
+    """(fhr, uc, fm_per_second) with variability, accelerations, contractions with late
+    decelerations, a stretch of signal loss and a few movement marks."""
     rng = random.Random(seed)
     length = minutes * 60 * rate
     base = 125 + 10 * rng.random()
@@ -45,15 +42,4 @@ def write_fhrma(path, fhr, uc, start=0):
     2.5 bpm above channel 1 where there is signal: the halves test the rounding."""
     path.write_bytes(struct.pack("<I", start) + b"".join(
         struct.pack("<HHBB", 4 * heart, 4 * heart + 10 if heart else 0, 2 * toco + 1, 0)
-        for heart, toco in zip(fhr, uc)))
-
-
-def write_wfdb(folder, name, fhr, uc, rate):
-    """A two-signal WFDB record at gain 100 (FHR, baseline 0) and 2 (UC, ADC zero 10)."""
-    (folder / f"{name}.hea").write_text(
-        f"{name} 2 {rate} {len(fhr)} 08:30:00 15/03/2020\n"
-        f"{name}.dat 16 100(0)/bpm 12 0 0 0 0 FHR\n"
-        f"{name}.dat 16 2/nd 12 10 0 0 0 UC\n")
-    (folder / f"{name}.dat").write_bytes(b"".join(
-        struct.pack("<2h", 100 * heart if heart else -32768, 2 * toco + 10)
         for heart, toco in zip(fhr, uc)))

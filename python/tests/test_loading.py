@@ -20,8 +20,7 @@ PROBE = ("import ctgscore, sys; print(ctgscore.library_path(), ctgscore.get_para
 
 
 def run(command, cwd, **env_changes):
-    """`command` with none of the variables that point at a library or the package but
-    `env_changes`."""
+    """`command` with no variable pointing at a library or the package but `env_changes`."""
     env = {key: value for key, value in os.environ.items() if key not in (
         "CTGSCORE_LIBRARY", "CTGSCORE_LIBRARY_DIR", "LD_LIBRARY_PATH", "PYTHONPATH")}
     env.update((key, str(value)) for key, value in env_changes.items())

@@ -1,5 +1,5 @@
-"""read gives the command-line tool's values and error texts: generated files of each
-format, a broken one, and every research recording."""
+"""read gives the command-line tool's values and error texts (both use the readers'
+library): generated files, broken ones, and every research recording."""
 
 import json
 import subprocess
@@ -13,7 +13,7 @@ from conftest import built, data_dir
 
 def tool_readings(paths, channel=1):
     """What the tool's reading of each file holds, one dict per file."""
-    out = subprocess.run([built("CTGSCORE_READER_DRIVER"), str(channel), "4", *map(str, paths)],
+    out = subprocess.run([built("CTGSCORE_READER_DRIVER"), str(channel), *map(str, paths)],
                          check=True, capture_output=True, text=True).stdout
     return [json.loads(line) for line in out.splitlines()]
 
@@ -29,16 +29,15 @@ def python_reading(path, channel=1):
             "signal_loss": recording.signal_loss}
 
 
-def test_each_format_and_a_broken_file_read_as_the_tool_reads_them(tmp_path):
+def test_generated_and_broken_files_read_as_the_tool_reads_them(tmp_path):
     fhr, uc, fm = recordings.generate(seed=5, minutes=6)
     recordings.write_csv(tmp_path / "gen.csv", fhr, uc, fm, 4)
     recordings.write_fhrma(tmp_path / "gen.fhr", fhr, uc, start=1700000000)
-    recordings.write_wfdb(tmp_path, "gen", fhr, uc, 4)
     (tmp_path / "broken.csv").write_text("fhr,uc\n140,x\n")
     (tmp_path / "gone.hea").write_text("gone 2 4\ngone.dat 16 100 0 0 0 0 0 FHR\n"
                                        "gone.dat 16 100 0 0 0 0 0 UC\n")
     paths = [tmp_path / name
-             for name in ("gen.csv", "gen.fhr", "gen.hea", "broken.csv", "gone.hea")]
+             for name in ("gen.csv", "gen.fhr", "broken.csv", "gone.hea")]
     assert [python_reading(path) for path in paths] == tool_readings(paths)
     with pytest.raises(ctgscore.RecordingNotFoundError) as missing:
         ctgscore.read(tmp_path / "gen.dat.hea")

@@ -1,6 +1,7 @@
 """analyze_files: one row per recording and method, the same whatever the jobs, the order
 or the Dask cluster, the values and events of the command-line tool's batch, and a failure
-row, never a missing one, when an analysis process or a worker is killed."""
+row, never a missing one, when an analysis process or a worker is killed; score items
+worded as the tool's."""
 
 import concurrent.futures
 import json
@@ -15,7 +16,7 @@ import pytest
 
 import ctgscore
 import recordings
-from conftest import built
+from conftest import PACKAGE_ROOT, built, data_dir, in_fresh_process
 
 # Dask's tornado event loop warns on start-up.
 pytestmark = pytest.mark.filterwarnings("ignore:make_current is deprecated:DeprecationWarning")
@@ -119,6 +120,29 @@ def test_rows_and_events_agree_with_the_tool(archive, archive_table, tmp_path):
             "records") == tool_events(line), line["file"]
 
 
+def score_items(path):
+    results = ctgscore.analyze(ctgscore.read(path), method="all")
+    return {method: [tuple(item) for item in result.score_items()]
+            for method, result in results.items()}
+
+
+# The example, and a research recording with deep decelerations and too few contractions.
+RESEARCH = data_dir() / "train" / "train56.fhr" if data_dir() else None
+
+
+@pytest.mark.parametrize("path", [
+    PACKAGE_ROOT.parent / "examples" / "example.csv",
+    pytest.param(RESEARCH, marks=pytest.mark.skipif(RESEARCH is None,
+                                                    reason="research recordings not present"))])
+def test_score_items_are_the_tools(path):
+    out = subprocess.run([built("CTGSCORE_TOOL"), "analyze", "--format", "json", str(path)],
+                         check=True, capture_output=True, text=True).stdout
+    tool = {result["method"]: [(item["item"], item["text"], item.get("points"))
+                               for item in result["items"]]
+            for result in json.loads(out)["recordings"][0]["results"]}
+    assert in_fresh_process(score_items, path) == tool
+
+
 def test_bad_arguments_raise(tmp_path):
     (tmp_path / "empty").mkdir()
     for argument, error, text in (
@@ -134,15 +158,6 @@ def test_bad_arguments_raise(tmp_path):
             ctgscore.analyze_files(tmp_path, **options)
 
 
-def _stat(pid):
-    """The fields of /proc/PID/stat after the command name (state, parent, ...); none when
-    the process has ended."""
-    try:
-        return pathlib.Path(f"/proc/{pid}/stat").read_bytes().rsplit(b")", 1)[1].split()
-    except (OSError, IndexError):
-        return []
-
-
 def _kill_first(choose, timeout=60):
     """Waits for an analysis process for which choose(pid, command words, parent) gives a
     pid, and kills that pid with SIGKILL."""
@@ -151,8 +166,8 @@ def _kill_first(choose, timeout=60):
         for pid in filter(str.isdigit, os.listdir("/proc")):
             try:
                 words = pathlib.Path(f"/proc/{pid}/cmdline").read_bytes().split(b"\0")
-                victim = b"ctgscore._child" in words and choose(int(pid), words,
-                                                                int(_stat(pid)[1]))
+                parent = pathlib.Path(f"/proc/{pid}/stat").read_bytes().rsplit(b")")[-1].split()[1]
+                victim = b"ctgscore._child" in words and choose(int(pid), words, int(parent))
             except (OSError, IndexError):  # the process has just ended
                 continue
             if victim:
@@ -171,18 +186,18 @@ def analyze_files_killing(choose, *arguments, **options):
 
 @pytest.fixture(scope="module")
 def cluster():
-    """A cluster of two single-threaded worker processes."""
+    """A client of a cluster of two single-threaded worker processes."""
     distributed = pytest.importorskip("distributed")
     with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True,
                                   dashboard_address=None) as cluster, \
             distributed.Client(cluster) as client:
-        yield cluster, client
+        yield client
 
 
 @pytest.mark.parametrize("on_cluster", [False, True])
 def test_killed_analysis_process_gives_one_failure_row(request, archive, tmp_path, on_cluster):
     """Opening a FIFO for reading blocks the analysis process until it is killed."""
-    client = request.getfixturevalue("cluster")[1] if on_cluster else None
+    client = request.getfixturevalue("cluster") if on_cluster else None
     fifo, other = tmp_path / "stuck.csv", archive / "rec1.FHR"
     os.mkfifo(fifo)
     table, _ = analyze_files_killing(lambda pid, words, parent: os.fsencode(fifo) in words
@@ -192,18 +207,8 @@ def test_killed_analysis_process_gives_one_failure_row(request, archive, tmp_pat
 
 
 def test_cluster_gives_the_local_table_though_a_worker_dies(cluster, archive, archive_table):
-    workers = set(cluster[1].run(os.getpid).values())
+    workers = set(cluster.run(os.getpid).values())
     table, killed = analyze_files_killing(lambda pid, words, parent: parent in workers
-                                          and parent, archive, client=cluster[1])
+                                          and parent, archive, client=cluster)
     assert killed in workers
     pandas.testing.assert_frame_equal(table, archive_table)
-
-
-def test_cluster_shuts_down_cleanly(cluster):
-    local_cluster, client = cluster
-    client.wait_for_workers(2, timeout=60)  # the nanny restarted the killed worker
-    workers = list(client.run(os.getpid).values())
-    client.close()
-    local_cluster.close()
-    assert local_cluster.status.name == "closed"
-    assert all(_stat(pid)[:1] in ([], [b"Z"]) for pid in workers)  # ended, or a zombie

@@ -9,17 +9,17 @@
 #include "ctgscore.h"
 #include "ctgscore_io.h"
 
+/* Layout anchors of the records: a word added, dropped or resized before one
+ * of them moves it. */
 _Static_assert(sizeof(QK4_FhrParameter) == 17 * sizeof(int), "parameter record: 17 ints");
 _Static_assert(sizeof(QK4_FhrResult) == CTGSCORE_RESULT_WORDS * 4, "result record: 54 words");
-_Static_assert(offsetof(QK4_FhrResult, acogBaselineFlags) == 7 * 4, "word 7");
-_Static_assert(offsetof(QK4_FhrResult, strongContractionFlag) == 23 * 4, "word 23");
+_Static_assert(sizeof(QK4_UcResult) == sizeof(QK4_FhrResult), "contraction record: 54 words");
 _Static_assert(offsetof(QK4_FhrResult, acogPatternFlags) == 32 * 4, "word 32");
-_Static_assert(offsetof(QK4_FhrResult, baselineFhr) == 35 * 4, "word 35");
-_Static_assert(offsetof(QK4_FhrResult, variabilityAmplitude) == 36 * 4, "words 36-37");
 _Static_assert(offsetof(QK4_FhrResult, oscillationFrequency) == 38 * 4, "words 38-39");
-_Static_assert(offsetof(QK4_FhrResult, accelerationCount) == 40 * 4, "word 40");
 _Static_assert(offsetof(QK4_FhrResult, decelerationExtra) == 46 * 4, "word 46");
-_Static_assert(offsetof(QK4_FhrResult, movementCount) == 51 * 4, "word 51");
+_Static_assert(offsetof(QK4_UcResult, peakContraction) == 7 * 4, "word 7");
+_Static_assert(offsetof(QK4_UcResult, movementCount) == offsetof(QK4_FhrResult, movementCount),
+               "word 51");
 
 enum { RATE = 4, SAMPLES = 20 * 60 * RATE };
 

@@ -1,9 +1,9 @@
 // Reads recordings with the command-line tool's readers and writes what they
 // hold, one JSON line per file, for the Python package's reader tests:
 //
-//   reader_driver CHANNEL CSV_RATE FILE...
+//   reader_driver CHANNEL FILE...
 //
-// CHANNEL is 1, 2 or max.  A line holds name, rate, fhr, uc, the movement
+// CHANNEL is 1, 2 or max; CSV files are read at 4 samples per second.  A line holds name, rate, fhr, uc, the movement
 // words per second and the start time (Unix seconds or null), or, for a file
 // that cannot be read, the reader's error text.
 #include <iostream>
@@ -15,14 +15,13 @@
 
 int main(int argc, char** argv) {
     using namespace ctgtool;
-    if (argc < 3) return 2;  // see the usage above
-    ReadOptions options;
+    if (argc < 2) return 2;  // see the usage above
     const std::string channel = argv[1];
+    ReadOptions options;
     options.fhrChannel = channel == "2"     ? FhrChannel::Second
                          : channel == "max" ? FhrChannel::Maximum
                                             : FhrChannel::First;
-    options.csvRate = std::stoi(argv[2]);
-    for (int i = 3; i < argc; ++i) {
+    for (int i = 2; i < argc; ++i) {
         nlohmann::ordered_json line = {{"file", argv[i]}};
         try {
             const Recording r = readRecording(argv[i], options);

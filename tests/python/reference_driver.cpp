@@ -1,17 +1,16 @@
 // Runs the library through its C++ interface and writes every result in the
 // text form that the Python package tests produce from the same calls:
 //
-//   reference_driver OUTPUT RATE METHODS PARAMETERS CSV...
+//   reference_driver OUTPUT RATE PARAMETERS CSV...
 //
-// METHODS is a comma list of krebs, fischer, acog, uc (run in that order for
-// each CSV), PARAMETERS is "-" or 17 comma-separated ints given to
-// QK4_setParameter first.  A CSV has the header fhr,uc,fm and one row per
-// sample; the movement marks handed over are the fm value at the first sample
-// of each second.  Doubles are written as the hex of their bit patterns.
+// Each CSV (header fhr,uc,fm, one row per sample) is run by the Krebs, Fischer,
+// ACOG and contraction methods in that order; PARAMETERS is "-" or 17
+// comma-separated ints given to QK4_setParameter first.  The movement marks
+// handed over are the fm value at the first sample of each second.  Doubles
+// are written as the hex of their bit patterns.
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
-#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -23,21 +22,14 @@ namespace {
 
 using namespace testing_support;
 
-std::vector<int> splitInts(const std::string& text) {
-    std::vector<int> values;
-    std::stringstream stream(text);
-    for (std::string item; std::getline(stream, item, ',');) values.push_back(std::stoi(item));
-    return values;
-}
-
 void writeList(std::FILE* out, const char* label, const QK4_FhrList& list) {
     std::fprintf(out, "\n%s", label);
     for (int i = 0; i < list.count; ++i) std::fprintf(out, " %d", list.data[i]);
 }
 
-// Runs one method on one CSV; a failed run is written with its words only, as
-// the Python side has no events or curve for it.
-void runMethod(std::FILE* out, const std::string& path, const std::string& methodName,
+// A failed run is written with its words only, as the Python side has no
+// events or curve for it.
+void runMethod(std::FILE* out, const std::string& path, const char* methodName,
                const ExportedMethod& method, int rate) {
     const Recording recording = readCsv(path);
     std::vector<int> fm(recording.fhr.size() / rate);
@@ -46,7 +38,7 @@ void runMethod(std::FILE* out, const std::string& path, const std::string& metho
     const int* words = method.run(recording.fhr.data(), recording.uc.data(), fm.data(),
                                   static_cast<int>(recording.fhr.size()), rate);
     std::fprintf(out, "run %s %s\nwords", path.substr(path.find_last_of('/') + 1).c_str(),
-                 methodName.c_str());
+                 methodName);
     for (int i = 0; i < CTGSCORE_RESULT_WORDS; ++i) std::fprintf(out, " %d", words[i]);
     if (words[method == kAcog ? 35 : 0] == -1) {
         std::fprintf(out, "\nfailed\n");
@@ -70,12 +62,12 @@ void runMethod(std::FILE* out, const std::string& path, const std::string& metho
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 6) return 2;  // see the usage above
-    const std::map<std::string, const ExportedMethod*> methods = {
-        {"krebs", &kKrebs}, {"fischer", &kFischer}, {"acog", &kAcog}, {"uc", &kUc}};
+    if (argc < 5) return 2;  // see the usage above
     const int rate = std::stoi(argv[2]);
-    if (std::string(argv[4]) != "-") {
-        const std::vector<int> values = splitInts(argv[4]);
+    if (std::string(argv[3]) != "-") {
+        std::vector<int> values;
+        std::stringstream list(argv[3]);
+        for (std::string item; std::getline(list, item, ',');) values.push_back(std::stoi(item));
         QK4_FhrParameter parameters;
         if (values.size() * sizeof(int) != sizeof parameters) return 2;
         std::memcpy(&parameters, values.data(), sizeof parameters);
@@ -83,11 +75,9 @@ int main(int argc, char** argv) {
     }
     std::FILE* out = std::fopen(argv[1], "w");
     if (out == nullptr) return 1;
-    for (int i = 5; i < argc; ++i) {
-        std::stringstream list(argv[3]);
-        for (std::string name; std::getline(list, name, ',');) {
-            runMethod(out, argv[i], name, *methods.at(name), rate);
-        }
+    const char* const names[] = {"krebs", "fischer", "acog", "uc"};
+    for (int i = 4; i < argc; ++i) {
+        for (int m = 0; m < 4; ++m) runMethod(out, argv[i], names[m], kExportedMethods[m], rate);
     }
     std::fclose(out);
     return 0;

@@ -39,6 +39,7 @@ TEST(Batch, KilledRunResumedGivesTheFileOfOneUninterruptedRun) {
     tooltest::runTool({"simulate", "--minutes", "480", "--seed", "3", "--out", "folder/c.csv"});
     tooltest::writeFile("folder/d.fhr", tooltest::fhrmaBytes(0, {{560, 560, 20}}).substr(0, 7));
     tooltest::runTool({"simulate", "--minutes", "20", "--seed", "5", "--out", "folder/e.csv"});
+    tooltest::writeFile("folder/f.hea", "f 2 4\n");  // a WFDB record, its signals undescribed
     tooltest::writeFile("folder/notes.txt", "not a recording\n");
     ASSERT_EQ(tooltest::runTool({"batch", "folder", "--out", "whole.jsonl"}).exitCode, 0);
 
@@ -58,10 +59,10 @@ TEST(Batch, KilledRunResumedGivesTheFileOfOneUninterruptedRun) {
     const tooltest::ToolRun resumed =
         tooltest::runTool({"batch", "folder", "--out", "resumed.jsonl", "--resume", "--jobs", "2"});
     EXPECT_EQ(resumed.err,
-              "ctgscore: 5 recordings (2 from the earlier run), 2 not read; results in "
+              "ctgscore: 6 recordings (2 from the earlier run), 3 not read; results in "
               "resumed.jsonl\n");
     EXPECT_EQ(readFile("resumed.jsonl"), whole);
-    EXPECT_EQ(runBatch(resumeOf("resumed.jsonl")).resumed, 5u);  // nothing left to do
+    EXPECT_EQ(runBatch(resumeOf("resumed.jsonl")).resumed, 6u);  // nothing left to do
     EXPECT_EQ(readFile("resumed.jsonl"), whole);
 
     tooltest::writeFile("other.jsonl", "not a batch line\n");

@@ -1,18 +1,13 @@
-// Work in a process of its own: the text comes back however long, and a
-// crashing, failing or hanging process gives one worded failure without
-// holding up the others.
+// Work in a process of its own: the text comes back however long, a crashing
+// or failing process gives one worded failure, and a hanging one holds up no
+// other.
 #include "runs/own_process.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <stdexcept>
-#include <thread>
 
 using namespace ctgtool;
 
@@ -44,10 +39,10 @@ TEST(OwnProcess, TextOrOneWordedFailure) {
     }
 }
 
-TEST(OwnProcess, AHangingProcessHoldsUpNoOtherAndEndsKilled) {
-    OwnProcesses processes;
+// A killed process's wording is the crash case's above.
+TEST(OwnProcess, AHangingProcessHoldsUpNoOther) {
+    OwnProcesses processes;  // kills the hanging one when it goes
     processes.start(1, []() -> std::string {
-        std::ofstream("hanging.pid") << getpid() << '\n';
         pause();  // until killed
         return "never";
     });
@@ -55,18 +50,5 @@ TEST(OwnProcess, AHangingProcessHoldsUpNoOtherAndEndsKilled) {
     const auto [quickKey, quick] = processes.waitForOne();
     EXPECT_EQ(quickKey, 2u);
     EXPECT_EQ(quick.text, "quick");
-    ASSERT_EQ(processes.running(), 1u);
-
-    pid_t hanging = 0;
-    for (int tries = 0; hanging == 0 && tries < 5000; ++tries) {
-        std::ifstream("hanging.pid") >> hanging;
-        if (hanging == 0) std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    ASSERT_GT(hanging, 0);
-    kill(hanging, SIGKILL);
-    const auto [hangingKey, killed] = processes.waitForOne();
-    EXPECT_EQ(hangingKey, 1u);
-    EXPECT_FALSE(killed.ok);
-    EXPECT_EQ(killed.failure, "the analysis process was killed by signal 9");
-    std::remove("hanging.pid");
+    EXPECT_EQ(processes.running(), 1u);
 }

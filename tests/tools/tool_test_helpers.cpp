@@ -55,11 +55,4 @@ int countOf(const std::string& text, const std::string& needle) {
     return count;
 }
 
-int nonzeroRuns(const std::vector<int>& values) {
-    int runs = 0;
-    for (std::size_t i = 0; i < values.size(); ++i)
-        runs += values[i] != 0 && (i == 0 || values[i - 1] == 0);
-    return runs;
-}
-
 }  // namespace tooltest

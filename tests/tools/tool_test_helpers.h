@@ -15,8 +15,6 @@ namespace tooltest {
 std::string readFile(const std::string& path);
 
 using testing_support::fhrmaBytes;
-using testing_support::FhrmaSample;
-using testing_support::format16Bytes;
 using testing_support::writeFile;
 
 // Starts ctgscore with the arguments in a process group of its own (so that a
@@ -33,7 +31,5 @@ struct ToolRun {
 ToolRun runTool(const std::vector<std::string>& arguments);
 
 int countOf(const std::string& text, const std::string& needle);
-// Number of runs of consecutive nonzero values: marks, or stretches with signal.
-int nonzeroRuns(const std::vector<int>& values);
 
 }  // namespace tooltest
