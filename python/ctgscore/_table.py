@@ -5,44 +5,54 @@ from ._methods import FACTS
 from ._recording import recording_name
 from ._results import DecelerationTypes, HeartRateFindings
 
-# (column, pandas dtype): the table's columns in order.
-COLUMNS = (
-    ("file", "object"), ("name", "object"), ("method", "object"), ("ok", "bool"),
-    ("reason", "object"), ("minutes", "float64"), ("signal_loss", "float64"),
-    ("total_score", "Int64"), ("max_score", "Int64"),
-    ("baseline_bpm", "Int64"), ("baseline_points", "Int64"),
-    ("amplitude", "float64"), ("amplitude_points", "Int64"),
-    ("frequency", "float64"), ("frequency_points", "Int64"),
-    ("accelerations", "Int64"), ("acceleration_points", "Int64"),
-    ("decelerations", "Int64"), ("deceleration_points", "Int64"),
-    ("deep_decelerations", "Int64"),
-    ("movements", "Int64"), ("movement_points", "Int64"),
-    ("early_decelerations", "Int64"), ("late_decelerations", "Int64"),
-    ("delayed_decelerations", "Int64"), ("other_decelerations", "Int64"),
-    ("deceleration_pattern", "Int64"), ("strong_contractions", "Int64"),
-    ("acog_baseline", "object"), ("acog_variability", "object"),
-    ("acog_accelerations", "object"), ("acog_early", "object"), ("acog_late", "object"),
-    ("acog_delayed", "object"), ("acog_pattern", "object"),
-    ("last_contraction_peak", "Int64"), ("last_contraction_end", "Int64"),
-    ("previous_contraction_end", "Int64"), ("peak_contraction", "Int64"),
-)
+# The table's columns in order: name, pandas dtype, and the result field the
+# column shows in the rows of the results that have that field ("-": none, the
+# value comes from the recording or the run).
+_COLUMN_TABLE = [line.split() for line in """
+    file                      object   -
+    name                      object   -
+    method                    object   -
+    ok                        bool     -
+    reason                    object   -
+    minutes                   float64  -
+    signal_loss               float64  -
+    total_score               Int64    -
+    max_score                 Int64    -
+    baseline_bpm              Int64    baseline_fhr
+    baseline_points           Int64    baseline_score
+    amplitude                 float64  variability_amplitude
+    amplitude_points          Int64    amplitude_score
+    frequency                 float64  oscillation_frequency
+    frequency_points          Int64    frequency_score
+    accelerations             Int64    acceleration_count
+    acceleration_points       Int64    acceleration_score
+    decelerations             Int64    -
+    deceleration_points       Int64    deceleration_score
+    deep_decelerations        Int64    -
+    movements                 Int64    movement_count
+    movement_points           Int64    movement_score
+    early_decelerations       Int64    early_count
+    late_decelerations        Int64    late_or_low_count
+    delayed_decelerations     Int64    delayed_count
+    other_decelerations       Int64    other_count
+    deceleration_pattern      Int64    deceleration_pattern
+    strong_contractions       Int64    strong_contraction_flag
+    acog_baseline             object   baseline_flags
+    acog_variability          object   variability_flags
+    acog_accelerations        object   acceleration_flags
+    acog_early                object   deceleration_flags_a
+    acog_late                 object   deceleration_flags_b
+    acog_delayed              object   deceleration_flags_c
+    acog_pattern              object   pattern_flags
+    last_contraction_peak     Int64    last_peak
+    last_contraction_end      Int64    last_end
+    previous_contraction_end  Int64    previous_end
+    peak_contraction          Int64    peak_value
+""".strip().splitlines()]
 
-# Column -> the result field it shows, in the rows of the results that have the field.
-_COLUMN_FIELDS = dict(
-    baseline_bpm="baseline_fhr", amplitude="variability_amplitude",
-    frequency="oscillation_frequency", accelerations="acceleration_count",
-    movements="movement_count", baseline_points="baseline_score",
-    amplitude_points="amplitude_score", frequency_points="frequency_score",
-    acceleration_points="acceleration_score", deceleration_points="deceleration_score",
-    movement_points="movement_score", early_decelerations="early_count",
-    late_decelerations="late_or_low_count", delayed_decelerations="delayed_count",
-    other_decelerations="other_count", deceleration_pattern="deceleration_pattern",
-    strong_contractions="strong_contraction_flag", acog_baseline="baseline_flags",
-    acog_variability="variability_flags", acog_accelerations="acceleration_flags",
-    acog_early="deceleration_flags_a", acog_late="deceleration_flags_b",
-    acog_delayed="deceleration_flags_c", acog_pattern="pattern_flags",
-    last_contraction_peak="last_peak", last_contraction_end="last_end",
-    previous_contraction_end="previous_end", peak_contraction="peak_value")
+# (column, pandas dtype) of every column, in order.
+COLUMNS = tuple((column, dtype) for column, dtype, _ in _COLUMN_TABLE)
+_COLUMN_FIELDS = {column: field for column, _, field in _COLUMN_TABLE if field != "-"}
 
 
 def _shown(value):

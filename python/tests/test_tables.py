@@ -55,22 +55,26 @@ def test_same_table_whatever_the_jobs_and_the_order(archive, archive_table):
 
 # Table column -> the tool's name of the value; a method's row holds the values the tool
 # gives for it.
-TOOL_WORDS = dict(
-    baseline_bpm="baselineFhr", amplitude="variabilityAmplitude",
-    frequency="oscillationFrequency", accelerations="accelerationCount",
-    decelerations="decelerationExtra", deep_decelerations="decelerationCount",
-    movements="movementCount", baseline_points="baselineScore",
-    amplitude_points="amplitudeScore", frequency_points="frequencyScore",
-    acceleration_points="accelerationScore", deceleration_points="decelerationScore",
-    movement_points="movementScore", early_decelerations="decTypeCount1",
-    late_decelerations="decTypeCount2", delayed_decelerations="decTypeCount3",
-    other_decelerations="decTypeCount4", deceleration_pattern="decelerationPattern",
-    strong_contractions="strongContractionFlag", acog_baseline="acogBaselineFlags",
-    acog_variability="acogVariabilityFlags", acog_accelerations="acogAccelerationFlags",
-    acog_early="acogDecFlagsA", acog_late="acogDecFlagsB", acog_delayed="acogDecFlagsC",
-    acog_pattern="acogPatternFlags", last_contraction_peak="lastContractionPeak",
-    last_contraction_end="lastContractionEnd",
-    previous_contraction_end="previousContractionEnd", peak_contraction="peakContraction")
+# Read as pairs of a column and a word.
+TOOL_WORDS = dict(zip(*[iter("""
+    baseline_bpm baselineFhr                amplitude variabilityAmplitude
+    frequency oscillationFrequency          accelerations accelerationCount
+    decelerations decelerationExtra         deep_decelerations decelerationCount
+    movements movementCount                 baseline_points baselineScore
+    amplitude_points amplitudeScore         frequency_points frequencyScore
+    acceleration_points accelerationScore   deceleration_points decelerationScore
+    movement_points movementScore           early_decelerations decTypeCount1
+    late_decelerations decTypeCount2        delayed_decelerations decTypeCount3
+    other_decelerations decTypeCount4       deceleration_pattern decelerationPattern
+    strong_contractions strongContractionFlag
+    acog_baseline acogBaselineFlags         acog_variability acogVariabilityFlags
+    acog_accelerations acogAccelerationFlags
+    acog_early acogDecFlagsA                acog_late acogDecFlagsB
+    acog_delayed acogDecFlagsC              acog_pattern acogPatternFlags
+    last_contraction_peak lastContractionPeak
+    last_contraction_end lastContractionEnd
+    previous_contraction_end previousContractionEnd
+    peak_contraction peakContraction""".split())] * 2))
 # The Krebs method counts every deceleration in decelerationCount and no deep ones.
 KREBS_WORDS = {**TOOL_WORDS, "decelerations": "decelerationCount", "deep_decelerations": None}
 
@@ -141,6 +145,12 @@ def test_score_items_are_the_tools(path):
                                for item in result["items"]]
             for result in json.loads(out)["recordings"][0]["results"]}
     assert in_fresh_process(score_items, path) == tool
+
+
+def test_method_facts_are_the_tools():
+    printed = subprocess.run([built("CTGSCORE_FACTS_DRIVER")], check=True, capture_output=True,
+                             text=True).stdout
+    assert json.loads(printed) == [facts.as_json() for facts in ctgscore._methods.METHOD_FACTS]
 
 
 def test_bad_arguments_raise(tmp_path):
