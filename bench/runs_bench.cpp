@@ -1,6 +1,6 @@
 // Figures for whole four-method runs and for the two baseline stages, at every
 // dispatch level this CPU runs, on synthetic recordings of 20, 60 and 180
-// minutes.  Every iteration analyses a recording made for it (outside the
+// minutes.  Every iteration analyzes a recording made for it (outside the
 // timing), so no curve kept from an earlier call can answer it: the figures
 // are what a host sees for a recording new to the process.  Run from any
 // directory: the daily log goes to a temporary directory and the log echo on

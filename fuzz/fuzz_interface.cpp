@@ -284,7 +284,7 @@ void trimLog() {
     }
 }
 
-// The process-wide analysers keep each method's last run between inputs;
+// The process-wide analyzers keep each method's last run between inputs;
 // what the checks expect of the getters follows them.
 State& processState() {
     static State state;

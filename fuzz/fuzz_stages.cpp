@@ -101,7 +101,7 @@ std::vector<int> positions(ByteReader& in, size_t n) {
 
 // Stage parameters: always stored through the validating setter, as the
 // facade does, so they are in range; the sample rate is set raw.
-void configure(QK4_CFhrAlgorithm& analyser, ByteReader& in) {
+void configure(QK4_CFhrAlgorithm& analyzer, ByteReader& in) {
     static const int kRanges[17][2] = {
         {2, 10}, {1, 5},    {15, 20}, {15, 20}, {30, 600}, {10, 20},  {10, 20}, {30, 600},  {5, 15},
         {5, 15}, {20, 600}, {10, 35}, {5, 15},  {5, 15},   {20, 600}, {0, 2},   {300, 1800}};
@@ -109,8 +109,8 @@ void configure(QK4_CFhrAlgorithm& analyser, ByteReader& in) {
     for (int f = 0; f < 17; ++f) fields[f] = in.intAround(kRanges[f][0], kRanges[f][1]);
     QK4_FhrParameter record;
     std::memcpy(&record, fields, sizeof record);
-    analyser.setParameter(record);
-    analyser.setSampleRate(in.intAround(1, 8));
+    analyzer.setParameter(record);
+    analyzer.setSampleRate(in.intAround(1, 8));
 }
 
 bool inside(int position, size_t n) { return position >= 0 && static_cast<size_t>(position) < n; }
@@ -234,23 +234,23 @@ void smoothing(ByteReader& in) {
 }
 
 void movements(ByteReader& in) {
-    QK4_CFhrAlgorithm analyser;
-    configure(analyser, in);
+    QK4_CFhrAlgorithm analyzer;
+    configure(analyzer, in);
     const std::vector<int> marks = decodeTrace(in, traceLength(in, 2048), kMovementMap);
     std::vector<int> found{9}, cleared{9};
     int count = -5, total = -5;
-    analyser.cal_fm(analyser.getSampleRate(), marks, in.intAround(1, 2), found, count, cleared,
+    analyzer.cal_fm(analyzer.getSampleRate(), marks, in.intAround(1, 2), found, count, cleared,
                     total);
     check(count >= 0 && static_cast<size_t>(count) == found.size(), "cal_fm: count");
     check(count <= 1 + static_cast<int>(marks.size()), "cal_fm: more movements than words");
 }
 
 void preparation(ByteReader& in) {
-    QK4_CFhrAlgorithm analyser;
-    configure(analyser, in);
+    QK4_CFhrAlgorithm analyzer;
+    configure(analyzer, in);
     std::vector<int> trace = intTrace(in, kMaxSamples);
     const std::vector<int> before = trace;
-    const int status = analyser.extremePointFilter(trace);
+    const int status = analyzer.extremePointFilter(trace);
     check(trace.size() == before.size(), "extremePointFilter: size");
     if (status < 0) {
         check(trace == before, "extremePointFilter: refused trace was changed");
@@ -261,15 +261,15 @@ void preparation(ByteReader& in) {
     const std::vector<int> moves = positions(in, trace.size());
     const int div = in.intAround(1, 2);
     const std::vector<int> updated =
-        analyser.update_fhr(trace, analyser.getSampleRate(), moves, div);
+        analyzer.update_fhr(trace, analyzer.getSampleRate(), moves, div);
     check(updated.size() == trace.size(), "update_fhr: size");
 
     std::vector<double> base = doubleTrace(in, kMaxSamples);  // any length
-    analyser.setFhrBaseline(base);
-    analyser.thresholdFilter(trace);
+    analyzer.setFhrBaseline(base);
+    analyzer.thresholdFilter(trace);
     check(trace.size() == before.size(), "thresholdFilter: size");
 
-    const int basal = analyser.basal_fhr(intTrace(in, kMaxSamples));
+    const int basal = analyzer.basal_fhr(intTrace(in, kMaxSamples));
     check(basal >= 60 && basal <= 210 && basal % 5 == 0, "basal_fhr: off the grid");
 }
 
@@ -282,8 +282,8 @@ void checkEvents(const std::vector<int>& triggers, const std::vector<int>& value
 }
 
 void events(ByteReader& in) {
-    QK4_CFhrAlgorithm analyser;
-    configure(analyser, in);
+    QK4_CFhrAlgorithm analyzer;
+    configure(analyzer, in);
     const std::vector<int> fhr = intTrace(in, kMaxSamples);
     std::vector<double> base = doubleTrace(in, kMaxSamples);
     if (in.byte() < 160) {  // usually a curve of the same length near the trace
@@ -293,11 +293,11 @@ void events(ByteReader& in) {
     }
     std::vector<int> triggers, values, starts, ends;
     int count = 0, deep = 0;
-    analyser.detect_acc(fhr, base, triggers, values, starts, ends, count);
+    analyzer.detect_acc(fhr, base, triggers, values, starts, ends, count);
     checkEvents(triggers, values, starts, ends, count);
     std::vector<int> decTriggers, decValues, decStarts, decEnds;
     int decCount = 0;
-    analyser.detect_dec(fhr, base, decTriggers, decValues, decStarts, decEnds, decCount, deep);
+    analyzer.detect_dec(fhr, base, decTriggers, decValues, decStarts, decEnds, decCount, deep);
     checkEvents(decTriggers, decValues, decStarts, decEnds, decCount);
     check(deep >= 0 && deep <= decCount, "detect_dec: deep count");
 
@@ -310,7 +310,7 @@ void events(ByteReader& in) {
         const std::vector<int> d = own ? decEnds : positions(in, a.size());
         const std::vector<int> e = positions(in, a.size());
         DecelerationTypes t;
-        analyser.dec_type(t.types, t.maxType, t.typeHistogram, t.earlyCount, t.lateOrLowCount,
+        analyzer.dec_type(t.types, t.maxType, t.typeHistogram, t.earlyCount, t.lateOrLowCount,
                           t.delayedCount, t.otherCount, a, b, c, d, e);
         check(t.types.size() == b.size(), "dec_type: one type per deceleration");
         check(t.typeHistogram.size() == 4, "dec_type: histogram size");
@@ -321,22 +321,22 @@ void events(ByteReader& in) {
 }
 
 void variability(ByteReader& in) {
-    QK4_CFhrAlgorithm analyser;
-    configure(analyser, in);
+    QK4_CFhrAlgorithm analyzer;
+    configure(analyzer, in);
     const std::vector<int> fhr = intTrace(in, kMaxSamples);
     const int length = in.byte() < 200 ? static_cast<int>(fhr.size()) : in.intAround(0, 5000);
     std::vector<int> segStarts, segEnds;
     const std::vector<int> s1 = positions(in, fhr.size()), e1 = positions(in, fhr.size());
     switch (in.byte() % 3) {
         case 0:
-            analyser.fhrBas1(s1, e1, positions(in, fhr.size()), positions(in, fhr.size()), length,
+            analyzer.fhrBas1(s1, e1, positions(in, fhr.size()), positions(in, fhr.size()), length,
                              segStarts, segEnds);
             break;
         case 1:
-            analyser.fhrBas2(s1, e1, length, segStarts, segEnds);
+            analyzer.fhrBas2(s1, e1, length, segStarts, segEnds);
             break;
         default:
-            analyser.fhrBas3(s1, e1, length, segStarts, segEnds);
+            analyzer.fhrBas3(s1, e1, length, segStarts, segEnds);
             break;
     }
     check(segStarts.size() == segEnds.size() && !segStarts.empty(), "fhrBas: segment lists");
@@ -345,24 +345,24 @@ void variability(ByteReader& in) {
         segEnds = positions(in, fhr.size());
     }
     double amplitude = 0.0, frequency = 0.0;
-    analyser.cal_bpm_var(fhr, analyser.getSampleRate(), segStarts, segEnds, amplitude, frequency);
+    analyzer.cal_bpm_var(fhr, analyzer.getSampleRate(), segStarts, segEnds, amplitude, frequency);
     check(std::isnan(amplitude) || amplitude >= 0.0, "cal_bpm_var: negative amplitude");
     check(frequency >= 0.0, "cal_bpm_var: negative frequency");
 }
 
 void contractions(ByteReader& in) {
-    QK4_CFhrAlgorithm analyser;
-    configure(analyser, in);
+    QK4_CFhrAlgorithm analyzer;
+    configure(analyzer, in);
     const std::vector<int> uc = intTrace(in, kMaxSamples);
     std::vector<double> base;
     if (in.byte() < 128) {
-        base = analyser.uc_baseline(
-            uc, static_cast<int>(uc.size()) / std::max(analyser.getSampleRate(), 1));
+        base = analyzer.uc_baseline(
+            uc, static_cast<int>(uc.size()) / std::max(analyzer.getSampleRate(), 1));
     } else {
         base = doubleTrace(in, kMaxSamples);
     }
     Contractions found;
-    analyser.uc_detect(found.peaks, found.starts, found.ends, found.filtered, uc, base);
+    analyzer.uc_detect(found.peaks, found.starts, found.ends, found.filtered, uc, base);
     check(found.filtered.size() == uc.size(), "uc_detect: filtered size");
     check(found.starts.size() == found.ends.size() && found.starts.size() <= found.peaks.size(),
           "uc_detect: bounds");

@@ -14,7 +14,7 @@
  * are overwritten by later calls; arrays handed out by the location and
  * baseline getters stay valid for the life of the process.
  *
- * One thread at a time: all functions work on one process-wide analyser,
+ * One thread at a time: all functions work on one process-wide analyzer,
  * created by the first call and never destroyed, and share its results and
  * the contraction filter state (which carries over from call to call).  Calls
  * must not overlap; a host that calls from several threads serialises every
@@ -245,7 +245,7 @@ typedef struct QK4_FhrLocation {
 /** @brief The heart-rate baseline curve of a method's last run. */
 typedef struct QK4_FhrBaseline {
     double* data; /**< one value per sample, bpm; valid for the life of the process */
-    int count;    /**< number of values: one per sample analysed, 0 after a failed run */
+    int count;    /**< number of values: one per sample analyzed, 0 after a failed run */
 } QK4_FhrBaseline;
 
 /** Number of 32-bit words in ::QK4_FhrResult. */

@@ -1,4 +1,4 @@
-// The analyser: parameters, working state and results of one analysis run,
+// The analyzer: parameters, working state and results of one analysis run,
 // with every analysis stage as a member function.
 #pragma once
 

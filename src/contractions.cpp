@@ -30,7 +30,7 @@ std::vector<double> QK4_CFhrAlgorithm::uc_baseline(const std::vector<int>& uc, i
 
 // Zero-phase low-pass: a forward pass stored reversed, a backward pass, and a
 // final reversal.  The two filter states are process-wide and never reset, so
-// each call starts from where the previous call (of any analyser) left them.
+// each call starts from where the previous call (of any analyzer) left them.
 std::vector<double> QK4_CFhrAlgorithm::lowpass_filter(const std::vector<int>& x) const {
     static float lpf1[5] = {0, 0, 0, 0, 0};
     static float lpf2[5] = {0, 0, 0, 0, 0};

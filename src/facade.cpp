@@ -56,7 +56,7 @@ int* QK4_CFhr::calFhrAcog(int const* fhr, int const* uc, int const* fm, int leng
     return store(acog.calFhrScore(fhr, uc, fm, length, rate));
 }
 
-const QK4_CFhrAlgorithm& QK4_CFhr::analyser(int method) const {
+const QK4_CFhrAlgorithm& QK4_CFhr::analyzer(int method) const {
     switch (method) {
         case 1:
             return fischer;
@@ -78,7 +78,7 @@ int* QK4_CFhr::exportList(const std::vector<int>& list, QK4_FhrList& pair) {
 }
 
 QK4_FhrLocation* QK4_CFhr::getLocation(int method) {
-    const LocationLists lists = analyser(method).getLocation();
+    const LocationLists lists = analyzer(method).getLocation();
     exportList(lists.accLocationA, locationExport.accelerationStarts);
     exportList(lists.accLocationB, locationExport.accelerationEnds);
     exportList(lists.decLocationA, locationExport.decelerationStarts);
@@ -87,7 +87,7 @@ QK4_FhrLocation* QK4_CFhr::getLocation(int method) {
 }
 
 QK4_FhrBaseline* QK4_CFhr::getBaseline(int method) {
-    const std::vector<double> curve = analyser(method).getBaseline();
+    const std::vector<double> curve = analyzer(method).getBaseline();
     exportedDoubles.push_back(std::make_unique<double[]>(curve.size()));
     std::copy(curve.begin(), curve.end(), exportedDoubles.back().get());
     baselineExport.count = static_cast<int>(curve.size());

@@ -38,7 +38,7 @@ public:
     QK4_FhrBaseline* getUCBaseline() { return getBaseline(3); }
 
 private:
-    const QK4_CFhrAlgorithm& analyser(int method) const;
+    const QK4_CFhrAlgorithm& analyzer(int method) const;
     int* store(const QK4_FhrResult& runResult);
     int* exportList(const std::vector<int>& list, QK4_FhrList& pair);
 

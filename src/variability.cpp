@@ -158,7 +158,7 @@ void QK4_CFhrAlgorithm::cal_bpm_var(const std::vector<int>& fhr, int /*sampleRat
         }
         counted = true;
     }
-    // The cycles are counted over the list so far after every analysed
+    // The cycles are counted over the list so far after every analyzed
     // segment.  The list only grows, and a longer list never lowers the count
     // from any base index, so the count over the final list is the largest of
     // them all: one count at the end gives the same frequency.

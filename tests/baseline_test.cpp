@@ -35,15 +35,15 @@ void expectSameBits(const Doubles& actual, const Doubles& expected, const std::s
 // The stage curves of both shapes, which the library's written form (the fast
 // form's fallback) and the fast form at every vector level must equal bit for
 // bit; appended to `curves`, whose fingerprint pins the bits.
-void expectFormsAgree(QK4_CFhrAlgorithm& analyser, const Ints& trace, const Ints& toco, int seconds,
+void expectFormsAgree(QK4_CFhrAlgorithm& analyzer, const Ints& trace, const Ints& toco, int seconds,
                       int rate, const std::string& what, Doubles& curves) {
-    analyser.setSampleRate(rate);
+    analyzer.setSampleRate(rate);
     for (const bool isToco : {false, true}) {
         const Ints& values = isToco ? toco : trace;
         const BaselineShape& shape = isToco ? kContraction : kHeartRate;
         const std::string name = what + (isToco ? ", toco" : "");
         const Doubles stage =
-            isToco ? analyser.uc_baseline(values, seconds) : analyser.fhr_baseline(values, seconds);
+            isToco ? analyzer.uc_baseline(values, seconds) : analyzer.fhr_baseline(values, seconds);
         expectSameBits(weightedModeBaselineReference(values, seconds, rate, shape), stage,
                        name + ", written form");
         testing_support::atEveryLevel([&] {
@@ -74,9 +74,9 @@ TEST(BasalFhr, MostFrequentRateOnAFiveBpmGridLowestOnATie) {
         {{}, 60},
     };
     // clang-format on
-    QK4_CFhrAlgorithm analyser;
+    QK4_CFhrAlgorithm analyzer;
     for (const auto& [trace, rate] : cases) {
-        EXPECT_EQ(analyser.basal_fhr(trace), rate) << testing::PrintToString(trace);
+        EXPECT_EQ(analyzer.basal_fhr(trace), rate) << testing::PrintToString(trace);
     }
 }
 
@@ -105,7 +105,7 @@ TEST(WeightedModeBaseline, CurvesOnRandomTracesKeepTheirBitsInEveryForm) {
     };
     // clang-format on
     std::mt19937 rng(20261121);
-    QK4_CFhrAlgorithm analyser;
+    QK4_CFhrAlgorithm analyzer;
     Doubles curves;
     for (const Case& c : cases) {
         // A walk of small steps with occasional jumps anywhere in [low, high].
@@ -120,11 +120,11 @@ TEST(WeightedModeBaseline, CurvesOnRandomTracesKeepTheirBitsInEveryForm) {
                                  std::to_string(c.rate) + " Hz, " + std::to_string(c.seconds) +
                                  " s";
         for (int seconds : {c.seconds, c.seconds - 7}) {
-            expectFormsAgree(analyser, trace, trace, seconds, c.rate, what, curves);
+            expectFormsAgree(analyzer, trace, trace, seconds, c.rate, what, curves);
         }
         if (trace.empty()) continue;
         trace[c.length / 2] += 1;
-        const Doubles changed = analyser.fhr_baseline(trace, c.seconds);
+        const Doubles changed = analyzer.fhr_baseline(trace, c.seconds);
         curves.insert(curves.end(), changed.begin(), changed.end());
     }
     EXPECT_EQ(testing_support::fingerprint(curves), 0x53c3ae2b2e066deeull);
@@ -153,7 +153,7 @@ TEST(WeightedModeBaseline, NearTiesAreDecidedAsInTheWrittenForm) {
     // Region ends that leave groups of a few outputs (whose bounds are tightest),
     // windows of whole and partial minutes.
     const int cases[][3] = {{1, 123, 61}, {2, 490, 245}, {4, 997, 249}, {4, 1921, 480}};
-    QK4_CFhrAlgorithm analyser;
+    QK4_CFhrAlgorithm analyzer;
     Doubles curves;
     for (const auto [rate, length, seconds] : cases) {
         Ints trace(length), toco(length);
@@ -161,7 +161,7 @@ TEST(WeightedModeBaseline, NearTiesAreDecidedAsInTheWrittenForm) {
             trace[j] = __builtin_popcount(j) % 2 ? 150 : (j % 7 ? 120 : 121);
             toco[j] = trace[j] - 90;  // 30, 31 and 60: 20-value bands
         }
-        expectFormsAgree(analyser, trace, toco, seconds, rate,
+        expectFormsAgree(analyzer, trace, toco, seconds, rate,
                          std::to_string(length) + " samples at " + std::to_string(rate) + " Hz",
                          curves);
     }

@@ -36,10 +36,10 @@ Ints throughCorners(int length, const std::vector<std::pair<int, int>>& corners)
 // first in the program, so the fingerprint sees only these calls; it was taken
 // when the outputs matched a float rendering of the recursion.
 TEST(LowPass, SinglePrecisionRecursionWhoseStateCarriesOverBetweenCalls) {
-    const QK4_CFhrAlgorithm analyser;
+    const QK4_CFhrAlgorithm analyzer;
     const Ints flat(200, 50);
-    Doubles outputs = analyser.lowpass_filter(flat);
-    const Doubles second = analyser.lowpass_filter(flat);
+    Doubles outputs = analyzer.lowpass_filter(flat);
+    const Doubles second = analyzer.lowpass_filter(flat);
     EXPECT_NE(outputs.front(), second.front());
     EXPECT_NEAR(second[100], 50.0, 1e-3);  // unit gain at rest
     outputs.insert(outputs.end(), second.begin(), second.end());
@@ -47,11 +47,11 @@ TEST(LowPass, SinglePrecisionRecursionWhoseStateCarriesOverBetweenCalls) {
         std::mt19937 rng(seed);
         Ints trace(500);
         for (int& v : trace) v = 1 + static_cast<int>(rng() % 100);
-        const Doubles filtered = analyser.lowpass_filter(trace);
+        const Doubles filtered = analyzer.lowpass_filter(trace);
         outputs.insert(outputs.end(), filtered.begin(), filtered.end());
     }
     EXPECT_EQ(testing_support::fingerprint(outputs), 0x5aef1ec8c2991cb9ull);
-    EXPECT_TRUE(analyser.lowpass_filter({}).empty());
+    EXPECT_TRUE(analyzer.lowpass_filter({}).empty());
 }
 
 TEST(UcDetect, PeaksNearTheEdgesGetNoStartOrTheLastSampleAsEnd) {
@@ -65,13 +65,13 @@ TEST(UcDetect, PeaksNearTheEdgesGetNoStartOrTheLastSampleAsEnd) {
                                        {860, 60}, {1000, 5}, {1300, 5}, {1560, 55}, {1599, 35}});
     // clang-format on
     const Doubles base(n, 5.0);
-    QK4_CFhrAlgorithm analyser;
-    analyser.setSampleRate(4);
+    QK4_CFhrAlgorithm analyzer;
+    analyzer.setSampleRate(4);
     // Two long calls at rest leave the filter in the same state whatever ran before.
-    for (int k = 0; k < 2; ++k) analyser.lowpass_filter(Ints(n, 5));
+    for (int k = 0; k < 2; ++k) analyzer.lowpass_filter(Ints(n, 5));
     Ints peaks, starts, ends;
     Doubles filtered = {1.0, 2.0};
-    analyser.uc_detect(peaks, starts, ends, filtered, uc, base);
+    analyzer.uc_detect(peaks, starts, ends, filtered, uc, base);
     EXPECT_EQ(filtered.size(), uc.size());  // replaced
     // Peaks of the filtered trace over the baseline (height and prominence 10,
     // 60 s apart); starts and ends are the lowest points within one width

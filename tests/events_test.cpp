@@ -44,18 +44,18 @@ void expectCase(Kind kind, const Case& c) {
     std::vector<double> base(c.length, 140.0);
     for (const Edit& e : c.edits) std::fill(fhr.begin() + e.from, fhr.begin() + e.to, e.value);
     for (const Edit& e : c.base) std::fill(base.begin() + e.from, base.begin() + e.to, e.value);
-    QK4_CFhrAlgorithm analyser;
-    analyser.setSampleRate(kRate);
-    QK4_FhrParameter p = analyser.getParameter();
+    QK4_CFhrAlgorithm analyzer;
+    analyzer.setSampleRate(kRate);
+    QK4_FhrParameter p = analyzer.getParameter();
     (kind == Kind::Acceleration ? p.accMinSpacing : p.decMinSpacing) = c.spacingSeconds;
-    analyser.setParameter(p);
+    analyzer.setParameter(p);
     EventLists found{{7}, {8}, {9}, {10}};
     int count = 2, deep = 0;
     if (kind == Kind::Acceleration) {
-        analyser.detect_acc(fhr, base, found.triggers, found.values, found.starts, found.ends,
+        analyzer.detect_acc(fhr, base, found.triggers, found.values, found.starts, found.ends,
                             count);
     } else {
-        analyser.detect_dec(fhr, base, found.triggers, found.values, found.starts, found.ends,
+        analyzer.detect_dec(fhr, base, found.triggers, found.values, found.starts, found.ends,
                             count, deep);
     }
     const Event& e = c.expected;
@@ -173,15 +173,15 @@ TEST(DecType, BoundariesAroundTheFirstPeakAndCountersIncremented) {
         ends.push_back(d.trigger - 10 + d.length);
         expected.push_back(d.type);
     }
-    QK4_CFhrAlgorithm analyser;
-    analyser.setSampleRate(kRate);
+    QK4_CFhrAlgorithm analyzer;
+    analyzer.setSampleRate(kRate);
     // Types, the highest type, the type histogram and the four counters
     // (early, late or low, delayed, other), which are incremented.
     const auto typed = [&](const Ints& triggers, const Ints& starts, const Ints& ends,
                            const Ints& peaks) {
         Ints types(17, 9), histogram;
         int maxType = -1, counters[4] = {5, 6, 7, 8};
-        analyser.dec_type(types, maxType, histogram, counters[0], counters[1], counters[2],
+        analyzer.dec_type(types, maxType, histogram, counters[0], counters[1], counters[2],
                           counters[3], heartRate, triggers, starts, ends, peaks);
         return std::vector<Ints>{types, {maxType}, histogram, Ints(counters, counters + 4)};
     };

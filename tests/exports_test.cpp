@@ -89,7 +89,7 @@ Input synthetic(int samples, int rate = kRate) {
     return {rec.fhr, rec.uc, rec.fm, samples, rate};
 }
 
-// The shortest recording the method analyses, and `extra` samples more.
+// The shortest recording the method analyzes, and `extra` samples more.
 Input shortest(const ExportedMethod& method, int rate = kRate, int extra = 0) {
     return synthetic(method.minimumMinutes * 60 * rate + extra, rate);
 }
@@ -122,7 +122,7 @@ struct Outcome {
     auto key() const { return std::tie(words, events, baseline, log); }
 };
 
-Outcome analyse(const ExportedMethod& method, const Input& in) {
+Outcome analyze(const ExportedMethod& method, const Input& in) {
     clearLog();
     const int* words =
         method.run(in.nullFhr ? nullptr : in.fhr.data(), in.nullUc ? nullptr : in.uc.data(),
@@ -288,7 +288,7 @@ TEST_F(Exports, RecordsAndEventsOfSimpleTraces) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.method.name) + ", case " + std::to_string(&c - cases));
-        const Outcome out = analyse(c.method, c.input);
+        const Outcome out = analyze(c.method, c.input);
         expectCompleted(c.method, out, c.input);
         EXPECT_EQ(out.words, record(c.words));
         EXPECT_EQ(out.events, c.events);
@@ -362,7 +362,7 @@ const BadInputCase kBadInputs[] = {
     {"length", {0, -1, -240, INT_MIN}, [](Input& in, auto&, int n) { in.length = n; }, kLengthError},
     {"samples past the shortest recording", {-1}, plusSamples, kLengthError},
     {"samples past the shortest recording", {0, 1}, plusSamples, ""},
-    // Every sample is analysed, and the marks are read up to the last whole
+    // Every sample is analyzed, and the marks are read up to the last whole
     // second: a mark there is counted.
     {"rate - 1 samples past the shortest recording at rate", {1, 3, 4, 7}, [](Input& in, auto& method, int rate) {
          in = shortest(method, rate, rate - 1);
@@ -420,14 +420,14 @@ TEST_F(Exports, EachKindOfBadInputGetsItsAnswer) {
                 Input in = base;
                 c.change(in, method, value);
                 if (c.error.empty()) {
-                    const Outcome out = analyse(method, in);
+                    const Outcome out = analyze(method, in);
                     expectCompleted(method, out, in, fields);
                     if (c.movements) {
                         EXPECT_EQ(out.words[51], c.movements(value));
                     }
                 } else {
-                    analyse(method, base);
-                    expectRefused(method, analyse(method, in), c.error);
+                    analyze(method, base);
+                    expectRefused(method, analyze(method, in), c.error);
                 }
             }
         }
@@ -454,7 +454,7 @@ TEST_F(Exports, EveryParameterFieldAtAndBeyondItsRange) {
             QK4_setParameter(nullptr);  // ignored
             for (const ExportedMethod& method : kExportedMethods) {
                 const Input in = shortest(method);
-                expectCompleted(method, analyse(method, in), in, used);
+                expectCompleted(method, analyze(method, in), in, used);
             }
             const bool core = field <= 7 || field >= 15;  // -1 there restores every default
             EXPECT_EQ(fieldsOf(QK4_getParameter()), value == -1 && core ? kDefaults : given);
@@ -534,14 +534,14 @@ TEST_F(Exports, EveryResearchRecordingRunsThroughAllFourMethods) {
         // Recordings that are all signal loss must fail, and only those.
         const bool hopeless =
             std::none_of(in.fhr.begin(), in.fhr.end(), [](int v) { return v >= 60 && v <= 210; });
-        const Outcome krebs = analyse(kKrebs, in);
+        const Outcome krebs = analyze(kKrebs, in);
         for (const ExportedMethod& method : kExportedMethods) {
             SCOPED_TRACE(method.name);
-            const Outcome out = analyse(method, in);
+            const Outcome out = analyze(method, in);
             hopeless ? expectRefused(method, out, kRangeError) : expectCompleted(method, out, in);
         }
         // Again, after the other methods: nothing may carry over.
-        EXPECT_TRUE(analyse(kKrebs, in).key() == krebs.key());
+        EXPECT_TRUE(analyze(kKrebs, in).key() == krebs.key());
     }
 }
 

@@ -38,13 +38,13 @@ Ints bridged(Ints trace, const std::vector<Segment>& segments) {
 }  // namespace
 
 TEST(ExtremePointFilter, InvalidSamplesTakeTheLastValidValue) {
-    const QK4_CFhrAlgorithm analyser;
+    const QK4_CFhrAlgorithm analyzer;
     Ints trace{0, 59, 100, 211, 250, 60, 210, 300, -5, 0, 140};
-    EXPECT_EQ(analyser.extremePointFilter(trace), 0);
+    EXPECT_EQ(analyzer.extremePointFilter(trace), 0);
     EXPECT_EQ(trace, (Ints{100, 100, 100, 100, 100, 60, 210, 210, 210, 210, 140}));
     // Without a valid sample the trace is reported and kept.
     Ints invalid{20};
-    EXPECT_EQ(analyser.extremePointFilter(invalid), -1);
+    EXPECT_EQ(analyzer.extremePointFilter(invalid), -1);
     EXPECT_EQ(invalid, Ints{20});
 }
 
@@ -75,9 +75,9 @@ TEST(UpdateFhr, ClusteredMovementsAreBridgedWithMargins) {
         {"inside and far past", shortTrace, {900, 950, 5000, 5100}, 4, 1, {{780, 998}}},
     };
     // clang-format on
-    const QK4_CFhrAlgorithm analyser;
+    const QK4_CFhrAlgorithm analyzer;
     for (const Case& c : cases) {
-        EXPECT_EQ(analyser.update_fhr(c.trace, c.fs, c.movements, c.div),
+        EXPECT_EQ(analyzer.update_fhr(c.trace, c.fs, c.movements, c.div),
                   bridged(c.trace, c.segments))
             << c.what;
     }
@@ -87,9 +87,9 @@ TEST(UpdateFhr, ClusteredMovementsAreBridgedWithMargins) {
 // on excesses far beyond any heart rate.
 TEST(ThresholdFilter, DropsOverTwoHundredAndExcessesOverThreeHundredRepeatThePreviousSample) {
     const auto filtered = [](Ints trace, double base) {
-        QK4_CFhrAlgorithm analyser;
-        analyser.setFhrBaseline(std::vector<double>(trace.size(), base));
-        analyser.thresholdFilter(trace);
+        QK4_CFhrAlgorithm analyzer;
+        analyzer.setFhrBaseline(std::vector<double>(trace.size(), base));
+        analyzer.thresholdFilter(trace);
         return trace;
     };
     // 300 -> 90 drops by 210, and 95 still compares with the repaired 300;

@@ -28,7 +28,7 @@ Ints calmWithSwings(int length, const std::vector<std::pair<int, int>>& swings) 
 }  // namespace
 
 TEST(BaselineSegments, GapsBetweenEventsUnclipped) {
-    const QK4_CFhrAlgorithm analyser;
+    const QK4_CFhrAlgorithm analyzer;
     struct Case {
         Segments events, expected;
     };
@@ -40,8 +40,8 @@ TEST(BaselineSegments, GapsBetweenEventsUnclipped) {
     // clang-format on
     for (const Case& c : cases) {
         Segments two, three;
-        analyser.fhrBas2(c.events.first, c.events.second, 1000, two.first, two.second);
-        analyser.fhrBas3(c.events.first, c.events.second, 1000, three.first, three.second);
+        analyzer.fhrBas2(c.events.first, c.events.second, 1000, two.first, two.second);
+        analyzer.fhrBas3(c.events.first, c.events.second, 1000, three.first, three.second);
         EXPECT_EQ(two, c.expected) << testing::PrintToString(c.events);
         EXPECT_EQ(three, c.expected);
     }
@@ -56,7 +56,7 @@ TEST(BaselineSegments, GapsBetweenEventsUnclipped) {
     };
     for (const Merge& m : merges) {
         Segments out;
-        analyser.fhrBas1(m.accelerations.first, m.accelerations.second, m.decelerations.first,
+        analyzer.fhrBas1(m.accelerations.first, m.accelerations.second, m.decelerations.first,
                          m.decelerations.second, 1000, out.first, out.second);
         EXPECT_EQ(out, m.expected) << testing::PrintToString(m.accelerations);
     }
@@ -98,13 +98,13 @@ TEST(ShortTermVariability, SwingThresholdsSpansAndSegments) {
     };
     // clang-format on
     for (const Case& c : cases) {
-        QK4_CFhrAlgorithm analyser;
-        QK4_FhrParameter p = analyser.getParameter();
+        QK4_CFhrAlgorithm analyzer;
+        QK4_FhrParameter p = analyzer.getParameter();
         p.varAmplitudeMin = c.amplitudeMin;
         p.varCycleMin = c.cycleMin;
-        ASSERT_EQ(analyser.setParameter(p), 0);
+        ASSERT_EQ(analyzer.setParameter(p), 0);
         double amplitude = -7.0, frequency = -7.0;
-        analyser.cal_bpm_var(c.fhr, 4, c.segments.first, c.segments.second, amplitude, frequency);
+        analyzer.cal_bpm_var(c.fhr, 4, c.segments.first, c.segments.second, amplitude, frequency);
         EXPECT_EQ(fingerprint({amplitude}), fingerprint({c.amplitude}))
             << c.what << ": " << amplitude;
         EXPECT_EQ(frequency, c.frequency) << c.what;

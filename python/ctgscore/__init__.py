@@ -15,7 +15,7 @@ package was installed, the copy built into the package by pip, or the
 system search path; see ctgscore._library.
 
 Process-wide state: the library is not re-entrant, so this package
-serialises every call (analyses and parameter getters alike) with one lock.
+serialises every call (analyzes and parameter getters alike) with one lock.
 The library's contraction filter keeps its state from one call to the next,
 so the results of "fischer", "acog" and "uc" can depend on the recordings
 analyzed earlier in the same process.

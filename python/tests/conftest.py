@@ -31,7 +31,7 @@ def in_fresh_process(function, *arguments):
 
 @pytest.fixture(scope="session", autouse=True)
 def session_directory(tmp_path_factory):
-    """Module fixtures run here, so their analyses' log lands in no source or build folder."""
+    """Module fixtures run here, so their analyzes' log lands in no source or build folder."""
     with pytest.MonkeyPatch.context() as patch:
         patch.chdir(tmp_path_factory.mktemp("session"))
         yield

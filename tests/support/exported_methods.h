@@ -12,7 +12,7 @@ inline int* runKrebs(const int* fhr, const int*, const int* fm, int length, int 
 
 struct ExportedMethod {
     const char* name;    // as in the run log's "Type : " line
-    int minimumMinutes;  // the shortest recording it analyses
+    int minimumMinutes;  // the shortest recording it analyzes
     int* (*run)(const int* fhr, const int* uc, const int* fm, int length, int rate);
     QK4_FhrLocation* (*location)();
     QK4_FhrBaseline* (*baseline)();
