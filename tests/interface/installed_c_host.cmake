@@ -8,25 +8,10 @@
 cmake_minimum_required(VERSION 3.25)
 include(${CMAKE_CURRENT_LIST_DIR}/temp_dir.cmake)
 
-# Steps stop at the first failure and hand `error` up, so that the caller
-# always removes the temporary directory.
-macro(fail text)
-  set(error "${text}")
-  return(PROPAGATE error)
-endmacro()
-
-macro(run_step what)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output
-    ERROR_VARIABLE errors OUTPUT_STRIP_TRAILING_WHITESPACE)
-  if(NOT status EQUAL 0)
-    fail("${what} failed (${status}):\n${output}\n${errors}")
-  endif()
-endmacro()
-
 macro(pkg_config out)
   run_step("pkg-config ${ARGN}" ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${pc_dir}
     ${PKG_CONFIG} ${ARGN} ctgscore)
-  set(${out} "${output}")
+  set(${out} "${step_output}")
 endmacro()
 
 string(JOIN "\n" host_output_pattern
@@ -90,10 +75,4 @@ function(check_c_host work)
   return(PROPAGATE error)
 endfunction()
 
-make_temp_dir(work)
-set(error "")
-check_c_host(${work})
-file(REMOVE_RECURSE ${work})
-if(error)
-  message(FATAL_ERROR "${error}")
-endif()
+check_in_temp_dir(check_c_host)

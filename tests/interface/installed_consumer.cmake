@@ -7,21 +7,6 @@
 cmake_minimum_required(VERSION 3.25)
 include(${CMAKE_CURRENT_LIST_DIR}/temp_dir.cmake)
 
-# The checks report through `error` in the caller's scope and stop at the
-# first failure, so that the temporary directory is always removed.
-macro(fail text)
-  set(error "${text}" PARENT_SCOPE)
-  return()
-endmacro()
-
-macro(run_step what)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE step_output
-    ERROR_VARIABLE step_errors)
-  if(NOT status EQUAL 0)
-    fail("${what} failed (${status}):\n${step_output}\n${step_errors}")
-  endif()
-endmacro()
-
 macro(run_in dir program what)
   file(MAKE_DIRECTORY ${dir})
   execute_process(COMMAND ${program} WORKING_DIRECTORY ${dir} RESULT_VARIABLE status)
@@ -52,7 +37,7 @@ function(check_pkgconfig prefix work)
   get_filename_component(lib_dir ${pc_dir} DIRECTORY)
   run_step("pkg-config" ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${pc_dir}
     ${PKG_CONFIG} --cflags --libs ctgscore ctgscore-io)
-  string(STRIP "${step_output}" flags)
+  set(flags "${step_output}")
   message(STATUS "pkg-config --cflags --libs ctgscore ctgscore-io: ${flags}")
   # Paths may come relative to the .pc file: compare them resolved.
   separate_arguments(flag_list UNIX_COMMAND "${flags}")
@@ -88,13 +73,7 @@ function(check_installed work)
   else()
     fail("unknown MODE '${MODE}'")
   endif()
-  set(error "${error}" PARENT_SCOPE)
+  return(PROPAGATE error)
 endfunction()
 
-make_temp_dir(work)
-set(error "")
-check_installed(${work})
-file(REMOVE_RECURSE ${work})
-if(error)
-  message(FATAL_ERROR "${error}")
-endif()
+check_in_temp_dir(check_installed)
